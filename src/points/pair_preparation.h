@@ -1,0 +1,14 @@
+#pragma once
+// The single gate through which a pair of scans reaches the registration engine.
+
+#include <cstdint>
+
+#include "run/records.h"
+
+namespace sorvek {
+
+// Loads firstPath and secondPath, moves, grids and sorts both clouds and, in run modes
+// 1, 5 and 6, measures the initial RMS. Returns 1 when both clouds hold points, else 0.
+std::int32_t prepareScanPair(Run& run);
+
+}  // namespace sorvek

@@ -1,0 +1,16 @@
+#pragma once
+// Reader of delimited text point files: two passes, filters and the Cliff Distance.
+
+#include <string>
+
+#include "run/records.h"
+
+namespace sorvek {
+
+// Replaces the contents of `cloud` with the stored points; `bounds` is always written,
+// `cliffDistance` unless the run mode is 5. Returns false when no array was allocated
+// (the file cannot be opened, or pass 1 counted no line).
+bool readTextPoints(const Run& run, const std::string& path, Cloud& cloud, CloudBounds& bounds,
+                    double& cliffDistance, double zMin, double scanX, double scanY, double scanZ);
+
+}  // namespace sorvek

@@ -1,0 +1,40 @@
+#pragma once
+// Rigid moves of clouds: the scan transform into the survey frame, and turns about a
+// vertical axis through a pivot.
+
+#include <array>
+#include <cstdio>
+#include <span>
+
+#include "run/records.h"
+
+namespace sorvek {
+
+// Rotation Rz * Ry * Rx (times scale) in the upper-left block, translation in column 3.
+struct ScanMatrix {
+    std::array<std::array<double, 4>, 4> m{};
+};
+
+// The matrix alone, without a word on the console.
+ScanMatrix composeScanMatrix(double rotX, double rotY, double rotZ, double scale, double gpsX,
+                             double gpsY, double gpsZ);
+
+// The matrix, printed on standard output as every scan transform announces it.
+ScanMatrix buildScanMatrix(double rotX, double rotY, double rotZ, double scale, double gpsX,
+                           double gpsY, double gpsZ);
+
+// Four lines of "%.10lf " entries, each line ended by "\n".
+void writeMatrixRows(std::FILE* out, const ScanMatrix& matrix);
+
+void applyMatrix(std::span<PointRecord> points, const ScanMatrix& matrix);
+
+// Turns x and y about (pivotX, pivotY); a positive angle (radians) is counter-clockwise
+// seen from above. `cube` is left stale.
+void rotateCloud(std::span<PointRecord> points, double angle, double pivotX, double pivotY);
+
+// Writes the turned points into `copy`, resized to the source and keeping its capacity.
+// Only x, y and z of the copy are meaningful until the cubes are assigned again.
+void rotatedCopy(std::span<const PointRecord> source, double angle, double pivotX, double pivotY,
+                 Cloud& copy);
+
+}  // namespace sorvek

@@ -1,0 +1,15 @@
+#pragma once
+// The one door out of a run that fails, and the one way the run waits for the user.
+
+namespace sorvek {
+
+// Reads one character of standard input; returns at once at the end of input, so that a
+// run fed from a file or a pipe never hangs.
+void waitForKey();
+
+// Every run-ending failure leaves the same way: the user reads the message, presses a
+// key, and the process ends with the caller's exit code. std::exit flushes and closes
+// every C stream, so rows already written stay on disk.
+[[noreturn]] void endRun(int exitCode);
+
+}  // namespace sorvek

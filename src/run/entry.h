@@ -1,0 +1,15 @@
+#pragma once
+// The console program from first instruction to exit code.
+
+#include <string>
+
+namespace sorvek {
+
+// The option file beside the program: the directory of `programPath` when its last '\'
+// or '/' stands at index 4 or later, else the bare "sorvek.txt".
+std::string optionPathFor(const std::string& programPath);
+
+// The process entry; returns 0 on the normal path. Failures end the process themselves.
+int runEntry(int argumentCount, char** arguments);
+
+}  // namespace sorvek

@@ -1,0 +1,134 @@
+#pragma once
+// The records every stage shares: one run context holding the options, the run-wide
+// state and the pair in hand, plus the point and scan records that meet the files.
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/run_options.h"
+
+namespace sorvek {
+
+// The short pi is deliberate: every stored angle of a survey was converted with it.
+inline constexpr double degToRad = 3.14159265 / 180.0;   // 0.017453292500000002
+inline constexpr double radToDeg = 180.0 / 3.14159265;   // 57.29577957855229
+inline constexpr double scannerHeight = 0.29;            // added to every database Z
+inline constexpr double noRotation = -9999.9;            // rotation field not yet registered
+inline constexpr float noInitialRms = 999.0F;            // start of the three initial RMS fields
+
+// One point, byte for byte as it lies in a .bxyz file, so a cloud loads with one fread.
+struct PointRecord {
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+    std::uint32_t cube = 0;   // grid index; cubeCount when the point is outside the grid
+    std::uint32_t spare = 0;  // carried with the record, never read
+};
+static_assert(sizeof(PointRecord) == 32 && offsetof(PointRecord, cube) == 24);
+static_assert(std::endian::native == std::endian::little);
+
+// A cloud's length is its vector's size; CloudBounds::count carries the same number.
+using Cloud = std::vector<PointRecord>;
+
+struct CloudBounds {
+    std::int32_t count = 0;  // number of points
+    double minX = 0.0;       // least X
+    double maxX = 0.0;       // greatest X
+    double minY = 0.0;       // least Y
+    double maxY = 0.0;       // greatest Y
+    double minZ = 0.0;       // least Z
+    double maxZ = 0.0;       // greatest Z
+};
+
+struct ScanRecord {
+    double gpsX = 0.0;                // survey X minus TRANSX; set by the database reader
+    double gpsY = 0.0;                // survey Y minus TRANSY; set by the database reader
+    double gpsZ = 0.0;                // survey Z plus scannerHeight; set by the database reader
+    double rotX = 0.0;                // radians; set by the database reader
+    double rotY = 0.0;                // radians; set by the database reader
+    double rotZ = 0.0;                // radians; set by the database reader
+    std::int32_t scanId = 0;          // id shown in every message and result file
+    std::int32_t subId = 0;           // second id, part of the file name only
+    std::string fileName;             // composed point file path; the matrix writer renames it
+    double northDist = 0.0;           // plan distance to northScan, or GPSMAXDIST; set by neighbours
+    double southDist = 0.0;           // plan distance to southScan, or GPSMAXDIST; set by neighbours
+    std::int32_t northScan = 0;       // table index of the north (east) neighbour, -1 if none
+    std::int32_t southScan = 0;       // table index of the south (west) neighbour, -1 if none
+    double northRotation = noRotation;  // radians from the north pair; set by drivers and solvers
+    double southRotation = noRotation;  // radians from the south pair; set by drivers and solvers
+    std::int32_t northPoints = 0;     // point count of the north pair; set by the linear driver
+    std::int32_t southPoints = 0;     // point count of the south pair; set by the linear driver
+};
+
+struct FileCloser {
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
+
+inline FileHandle openFile(const std::string& path, const char* mode) {
+    return FileHandle(std::fopen(path.c_str(), mode));  // empty handle when it fails
+}
+
+// Scratch that the pair engine rebuilds again and again; it keeps its capacity between
+// uses so that no pass after the first allocates or touches fresh pages.
+struct WorkBuffers {
+    Cloud sortScratch;                    // second array of the radix sort
+    std::vector<std::int32_t> candidates; // candidate positions of the cube in hand
+    std::vector<std::int32_t> samples;    // sample positions chosen from the candidates
+};
+
+struct PairState {
+    std::int32_t firstIndex = 0;      // table index of the first scan; set by the drivers
+    std::int32_t secondIndex = 0;     // table index of the second scan, -1 for none; drivers
+    std::int32_t firstId = 0;         // scanId of the first scan, for RMS rows; drivers
+    std::int32_t secondId = 0;        // scanId of the second scan, for RMS rows; drivers
+    std::string firstPath;            // file loaded as the first cloud; drivers, entry, stages
+    std::string secondPath;           // file loaded as the second cloud; drivers, entry
+    Cloud firstCloud;                 // loaded, transformed and sorted; pair preparation
+    Cloud secondCloud;                // likewise for the second scan
+    Cloud firstWork;                  // rotated working copy of firstCloud; solvers
+    Cloud secondWork;                 // rotated working copy of secondCloud; solvers
+    CloudBounds firstBounds;          // bounds of the first cloud; preparation and solvers
+    CloudBounds secondBounds;         // bounds of the second cloud; preparation and solvers
+    CloudBounds overlapBounds;        // box common to both clouds, grid of the pair
+    float initialRms21 = noInitialRms;  // second against first; preparation in modes 1, 5, 6
+    float initialRms12 = noInitialRms;  // first against second; preparation in modes 1, 5, 6
+    float initialRms = noInitialRms;    // mean of the two; a solver must beat it
+    double meanCliffDistance = 0.0;   // half the sum of the clouds' Cliff Distances; preparation
+    WorkBuffers buffers;              // reused scratch of grid, sort and measure
+};
+
+struct RunState {
+    std::int32_t runMode = 1;         // operating mode 0 to 9; set by the menu
+    bool rmsPhase = false;            // false registering or rotating, true evaluating; entry only
+    std::int32_t scanCount = 0;       // rows in scans; prepareScans
+    std::vector<ScanRecord> scans;    // the scan table; prepareScans
+    std::int32_t progressScans = 0;   // copy of scanCount, divisor of progress figures
+    std::int32_t pairsDone = 0;       // pairs finished by the drivers, never reset
+    double percentDone = 0.0;         // progress figure a solver last printed
+    double percentStep = 1.0;         // 100 / (MAXITER * scanCount); prepareScans
+    std::int32_t cubeCount = 0;       // cubes of the last grid, also the out-of-grid index
+    std::string rotatedFilePath;      // rotated text file being written; rotateScans
+    FileHandle logFile;               // the log, open from preparation to the closing
+    std::string optionPath;           // option file; entry
+    std::string databasePath;         // survey database; entry
+    std::string databaseStem;         // databasePath less its extension; empty until derived
+    std::string regPath;              // registration result file
+    std::string rotPath;              // rotation result file
+    std::string rmsPath;              // RMS result file
+    std::string logPath;              // log file
+};
+
+// The single run context: every stage receives it by reference.
+struct Run {
+    RunOptions options;
+    RunState state;
+    PairState pair;
+};
+
+}  // namespace sorvek

@@ -1,0 +1,31 @@
+#pragma once
+// The operating modes: which stages each mode runs, in which order, in which phase.
+
+#include <cstdint>
+#include <span>
+
+#include "run/records.h"
+
+namespace sorvek {
+
+using RunMode = std::int32_t;
+
+// One stage of the run. A mode runs every step whose mask holds its bit, in table order.
+struct StageStep {
+    std::uint32_t modeMask;       // bit n set: mode n runs this step
+    bool rmsPhase;                // rmsPhase while the stage runs
+    const char* openingLine;      // printed before the stage, or nullptr
+    const char* closingLine;      // printed after the stage (then "\n"), or nullptr
+    void (*run)(Run& run);        // the stage procedure
+};
+
+// The stages in the order every mode runs them.
+std::span<const StageStep> stageTable();
+
+// Every mode but 5 works on the survey database's scan table.
+bool modeNeedsScanTable(RunMode mode);
+
+// Runs the steps of `mode`, setting rmsPhase for each. A mode without steps does nothing.
+void runStages(Run& run, RunMode mode);
+
+}  // namespace sorvek

@@ -1,0 +1,24 @@
+#pragma once
+// The survey database: a header line, then rows of nine values, read in two passes.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "run/records.h"
+
+namespace sorvek {
+
+// First pass: echoes the header and counts the rows. A database that cannot be read as a
+// stream of rows ends the run with a message naming the file and line.
+std::int32_t countScans(Run& run);
+
+// Second pass: fills a table of run.state.scanCount records. Ends the run when the
+// database cannot be opened.
+std::vector<ScanRecord> loadScanDatabase(Run& run);
+
+// databaseStem_<pad>scanId_<pad>subId_name.bxyz; padding only when zeroPad is exactly 1.
+std::string composeScanFileName(const std::string& databaseStem, std::int32_t zeroPad,
+                                std::int32_t scanId, std::int32_t subId, const std::string& name);
+
+}  // namespace sorvek

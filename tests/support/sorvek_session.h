@@ -1,0 +1,31 @@
+#pragma once
+// Runs of the real sorvek binary in scratch folders, for end-to-end tests built in code.
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sorvek::testing {
+
+struct SessionResult {
+    std::string out;    // standard output
+    std::string err;    // standard error
+    int exitCode = -1;  // process exit code
+};
+
+// A fresh empty folder under the system's temporary folder, named after `label`.
+std::filesystem::path makeScratchDir(const std::string& label);
+
+// Whole contents of a file; empty when it cannot be read.
+std::string readFile(const std::filesystem::path& path);
+
+void writeFile(const std::filesystem::path& path, const std::string& contents);
+
+// Runs sorvek with `workDir` as working directory, invoked as ./bin/sorvek so that it
+// finds bin/sorvek.txt, which holds `optionText` (no option file when it is nullopt).
+SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                        const std::string& stdinText,
+                        const std::optional<std::string>& optionText = std::nullopt);
+
+}  // namespace sorvek::testing

@@ -1,11 +1,149 @@
 #include "points/cube_grid.h"
 
-// Placeholder until the real implementation lands.
+// The grid is a formula: counts from the box, a whole-number origin, and per point three
+// truncating divisions. Truncation (not flooring) makes layer 0 of each axis twice as
+// deep as the others, since everything less than one cube below the origin lands in it.
 namespace sorvek {
+namespace {
 
-CloudBounds computeBounds(std::span<const PointRecord>) { return {}; }
-CloudBounds overlapOf(const CloudBounds& first, const CloudBounds&) { return first; }
-void assignCubes(Run&, std::span<PointRecord>, const CloudBounds&, double) {}
-int compareCube(const PointRecord&, const PointRecord&) { return 0; }
+// The largest cube count whose indices, including the out-of-grid one, fit int32.
+constexpr std::int64_t largestCubeCount = 2147483646;
+
+// trunc(extent / edge) + 2, or nullopt when the count cannot be held in 32 bits.
+std::optional<std::int32_t> cubesAlong(double extent, double edge) {
+    const std::optional<std::int32_t> whole = truncToInt32(extent / edge);
+    if (!whole || *whole > INT32_MAX - 2) return std::nullopt;
+    return *whole + 2;
+}
+
+std::optional<double> wholeOrigin(double corner) {
+    const std::optional<std::int32_t> whole = truncToInt32(corner);
+    if (!whole) return std::nullopt;
+    return static_cast<double>(*whole);
+}
+
+// The 32-bit product wraps instead of overflowing; it only matters when some count is 0
+// or below, and then every point takes it as its out-of-grid index whatever its sign.
+std::int32_t wrappedProduct(std::int32_t nx, std::int32_t nz, std::int32_t ny) {
+    const std::uint32_t product = static_cast<std::uint32_t>(nx) * static_cast<std::uint32_t>(nz) *
+                                  static_cast<std::uint32_t>(ny);
+    return static_cast<std::int32_t>(product);
+}
+
+// The cube coordinate of `offset` along an axis of `cubes` cubes (at least 1), or -1 when
+// outside. q > -1 is trunc(q) >= 0, and q < cubes is trunc(q) < cubes, so the
+// conversion below only ever sees values that int32 holds. NaN fails both tests.
+std::int32_t cubeCoordinate(double offset, double edge, std::int32_t cubes) {
+    const double q = offset / edge;
+    if (!(q > -1.0 && q < static_cast<double>(cubes))) return -1;
+    return static_cast<std::int32_t>(q);
+}
+
+}  // namespace
+
+std::optional<std::int32_t> truncToInt32(double value) {
+    if (!(value > -2147483649.0 && value < 2147483648.0)) return std::nullopt;
+    return static_cast<std::int32_t>(value);  // truncates toward zero
+}
+
+CloudBounds computeBounds(std::span<const PointRecord> points) {
+    CloudBounds bounds;
+    if (points.empty()) return bounds;
+    bounds.count = static_cast<std::int32_t>(points.size());  // the readers stop below 2^31
+    bounds.minX = bounds.maxX = points[0].x;
+    bounds.minY = bounds.maxY = points[0].y;
+    bounds.minZ = bounds.maxZ = points[0].z;
+    for (const PointRecord& point : points.subspan(1)) {
+        if (point.x > bounds.maxX) bounds.maxX = point.x;
+        else if (bounds.minX > point.x) bounds.minX = point.x;
+        if (point.y > bounds.maxY) bounds.maxY = point.y;
+        else if (bounds.minY > point.y) bounds.minY = point.y;
+        if (point.z > bounds.maxZ) bounds.maxZ = point.z;
+        else if (bounds.minZ > point.z) bounds.minZ = point.z;
+    }
+    return bounds;
+}
+
+CloudBounds overlapOf(const CloudBounds& first, const CloudBounds& second) {
+    CloudBounds overlap;
+    // The sum is informational; it wraps rather than overflow for two giant clouds.
+    overlap.count = static_cast<std::int32_t>(static_cast<std::uint32_t>(first.count) +
+                                              static_cast<std::uint32_t>(second.count));
+    overlap.minX = first.minX > second.minX ? first.minX : second.minX;
+    overlap.maxX = first.maxX < second.maxX ? first.maxX : second.maxX;
+    overlap.minY = first.minY > second.minY ? first.minY : second.minY;
+    overlap.maxY = first.maxY < second.maxY ? first.maxY : second.maxY;
+    overlap.minZ = first.minZ > second.minZ ? first.minZ : second.minZ;
+    overlap.maxZ = first.maxZ < second.maxZ ? first.maxZ : second.maxZ;
+    return overlap;
+}
+
+CubeGrid layCubeGrid(const RunOptions& options, const CloudBounds& bounds, double zMin) {
+    const double zMax = options.ZMAX;
+    // The layer count cuts the box at both z limits only when it sticks out of both, while
+    // the origin follows the lower limit alone; the two tests differ on purpose.
+    const bool isCutInZ = bounds.maxZ > zMax && zMin > bounds.minZ;
+    const std::optional<std::int32_t> nx = cubesAlong(bounds.maxX - bounds.minX, options.dCX);
+    const std::optional<std::int32_t> ny = cubesAlong(bounds.maxY - bounds.minY, options.dCY);
+    const std::optional<std::int32_t> nz =
+        isCutInZ ? cubesAlong(zMax - zMin, options.dCZ)
+                 : cubesAlong(bounds.maxZ - bounds.minZ, options.dCZ);
+    const std::optional<double> originX = wholeOrigin(bounds.minX - options.dCX);
+    const std::optional<double> originY = wholeOrigin(bounds.minY - options.dCY);
+    const std::optional<double> originZ =
+        zMin > bounds.minZ ? wholeOrigin(zMin) : wholeOrigin(bounds.minZ - options.dCZ);
+
+    CubeGrid grid;
+    if (!nx || !ny || !nz || !originX || !originY || !originZ) {
+        grid.isTooLarge = true;
+        return grid;
+    }
+    const bool boxesMiss = *nx <= 0 || *ny <= 0 || *nz <= 0;
+    const std::int64_t wideCount = std::int64_t{*nx} * std::int64_t{*nz} * std::int64_t{*ny};
+    if (!boxesMiss && wideCount > largestCubeCount) {
+        grid.isTooLarge = true;
+        return grid;
+    }
+    grid.nx = *nx;
+    grid.ny = *ny;
+    grid.nz = *nz;
+    grid.originX = *originX;
+    grid.originY = *originY;
+    grid.originZ = *originZ;
+    grid.cubeCount = wrappedProduct(*nx, *nz, *ny);
+    return grid;
+}
+
+void assignCubes(Run& run, std::span<PointRecord> points, const CloudBounds& bounds, double zMin) {
+    const CubeGrid grid = layCubeGrid(run.options, bounds, zMin);
+    run.state.cubeCount = grid.cubeCount;
+    const auto outOfGrid = static_cast<std::uint32_t>(grid.cubeCount);
+    if (grid.isTooLarge || grid.nx <= 0 || grid.ny <= 0 || grid.nz <= 0) {
+        for (PointRecord& point : points) point.cube = outOfGrid;  // 0 for the empty grid
+        return;
+    }
+    const double dCX = run.options.dCX;
+    const double dCY = run.options.dCY;
+    const double dCZ = run.options.dCZ;
+    // Below 2^31 cubes in all, so every valid index fits the 32-bit products.
+    const auto layerSize = static_cast<std::uint32_t>(grid.nx);
+    const auto sliceSize = static_cast<std::uint32_t>(grid.nx) * static_cast<std::uint32_t>(grid.nz);
+    for (PointRecord& point : points) {
+        const std::int32_t ix = cubeCoordinate(point.x - grid.originX, dCX, grid.nx);
+        const std::int32_t iy = cubeCoordinate(point.y - grid.originY, dCY, grid.ny);
+        const std::int32_t iz = cubeCoordinate(point.z - grid.originZ, dCZ, grid.nz);
+        const bool isInGrid = ix >= 0 && iy >= 0 && iz >= 0;
+        point.cube = isInGrid ? static_cast<std::uint32_t>(ix) +
+                                    static_cast<std::uint32_t>(iz) * layerSize +
+                                    static_cast<std::uint32_t>(iy) * sliceSize
+                              : outOfGrid;
+    }
+}
+
+int compareCube(const PointRecord& first, const PointRecord& second) {
+    if (first.cube < second.cube) return -1;
+    if (first.cube > second.cube) return 1;
+    return 0;
+}
 
 }  // namespace sorvek

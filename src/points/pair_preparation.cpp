@@ -1,10 +1,130 @@
 #include "points/pair_preparation.h"
 
+#include <cstdio>
+
+#include "points/binary_reader.h"
+#include "points/cube_grid.h"
+#include "points/cube_sort.h"
+#include "points/point_file_kind.h"
+#include "points/text_reader.h"
+#include "points/transforms.h"
+#include "registration/pair_measure.h"
+
+// Loads, moves, grids and sorts the two clouds of a pair and measures where it starts
+// from. Clouds and scratch keep their capacity from pair to pair.
 namespace sorvek {
+namespace {
+
+struct ScanPlace {
+    double gpsX = 0.0;
+    double gpsY = 0.0;
+    double gpsZ = 0.0;
+};
+
+// Mode 5 has no scan table; the text reader then has no use for a position.
+ScanPlace placeOf(const Run& run, std::int32_t scanIndex) {
+    const auto& scans = run.state.scans;
+    if (run.state.runMode == 5 || scanIndex < 0 || static_cast<std::size_t>(scanIndex) >= scans.size()) {
+        return {};
+    }
+    const ScanRecord& scan = scans[static_cast<std::size_t>(scanIndex)];
+    return {scan.gpsX, scan.gpsY, scan.gpsZ};
+}
+
+// A file that looks like text goes to the text reader alone; any other file is tried as
+// .bxyz first, and as text only when that delivered no record. Returns the Cliff
+// Distance, 0.0 for a .bxyz cloud.
+double loadCloud(Run& run, const std::string& path, std::int32_t scanIndex, Cloud& cloud,
+                 CloudBounds& bounds) {
+    double cliffDistance = 0.0;
+    if (!isTextPointFile(path)) {
+        readBinaryPoints(path, cloud);
+        if (!cloud.empty()) {
+            bounds.count = static_cast<std::int32_t>(cloud.size());  // the reader stops below 2^31
+            return cliffDistance;
+        }
+    }
+    const ScanPlace place = placeOf(run, scanIndex);
+    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, place.gpsX, place.gpsY,
+                   place.gpsZ);
+    return cliffDistance;
+}
+
+void moveIntoSurveyFrame(Run& run, std::int32_t scanIndex, Cloud& cloud) {
+    const ScanRecord& scan = run.state.scans.at(static_cast<std::size_t>(scanIndex));
+    const ScanMatrix matrix =
+        buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY, scan.gpsZ);
+    applyMatrix(cloud, matrix);
+}
+
+std::int32_t scanNumber(const Run& run, std::int32_t scanIndex, std::int32_t modeFiveNumber) {
+    if (run.state.runMode == 5) return modeFiveNumber;
+    return run.state.scans.at(static_cast<std::size_t>(scanIndex)).scanId;
+}
+
+void assignAndSort(Run& run) {
+    PairState& pair = run.pair;
+    const double zMin = run.options.ZMIN;
+    std::printf("Assigning Points to Cubes\n");
+    assignCubes(run, pair.firstCloud, pair.overlapBounds, zMin);
+    std::printf("Assigned %i Points from scan %i to %i Cubes\n", pair.firstBounds.count,
+                scanNumber(run, pair.firstIndex, 1), run.state.cubeCount);
+    assignCubes(run, pair.secondCloud, pair.overlapBounds, zMin);
+    std::printf("Assigned %i Points from scan %i to %i Cubes\n", pair.secondBounds.count,
+                scanNumber(run, pair.secondIndex, 2), run.state.cubeCount);
+    if (layCubeGrid(run.options, pair.overlapBounds, zMin).isTooLarge) {
+        std::printf("Cube grid too large for this pair. Increase dCX, dCY or dCZ. \n");
+    }
+    std::printf("Sorting Data\n");
+    sortByCube(pair.firstCloud, pair.buffers.sortScratch);
+    sortByCube(pair.secondCloud, pair.buffers.sortScratch);
+}
+
+// The three initial values are 32-bit on purpose: a solver's result must beat exactly
+// this mean, and the sum is rounded before it is halved.
+void measureInitialRms(Run& run) {
+    PairState& pair = run.pair;
+    const double maxDistance = run.options.MAXDISTINITIAL;
+    const double zMin = run.options.ZMIN;
+    std::int32_t acceptedCount = 0;
+    const double rms21 = measurePairRms(run, pair.secondCloud, pair.firstCloud, maxDistance,
+                                        acceptedCount, zMin);
+    pair.initialRms21 = static_cast<float>(rms21);
+    const double rms12 = measurePairRms(run, pair.firstCloud, pair.secondCloud, maxDistance,
+                                        acceptedCount, zMin);
+    pair.initialRms12 = static_cast<float>(rms12);
+    const float sum = pair.initialRms12 + pair.initialRms21;
+    const double half = static_cast<double>(sum) * 0.5;
+    pair.initialRms = static_cast<float>(half);
+    std::printf("Initial rms = %f calculated from %i pts\n", static_cast<double>(pair.initialRms),
+                acceptedCount);
+}
+
+}  // namespace
 
 std::int32_t prepareScanPair(Run& run) {
-    (void)run;
-    return 0;
+    PairState& pair = run.pair;
+    const std::int32_t runMode = run.state.runMode;
+    std::printf("Preparing data for registration.... \n");
+    pair.firstCloud.clear();
+    pair.secondCloud.clear();
+    const double firstCliff = loadCloud(run, pair.firstPath, pair.firstIndex, pair.firstCloud,
+                                        pair.firstBounds);
+    const double secondCliff = loadCloud(run, pair.secondPath, pair.secondIndex, pair.secondCloud,
+                                         pair.secondBounds);
+    pair.meanCliffDistance = (firstCliff + secondCliff) * 0.5;
+    if (pair.firstCloud.empty() || pair.secondCloud.empty()) return 0;
+    if (run.options.SCANTRANSFORM == 0 && runMode != 5) {
+        moveIntoSurveyFrame(run, pair.firstIndex, pair.firstCloud);
+        moveIntoSurveyFrame(run, pair.secondIndex, pair.secondCloud);
+    }
+    pair.firstBounds = computeBounds(pair.firstCloud);
+    pair.secondBounds = computeBounds(pair.secondCloud);
+    pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
+    assignAndSort(run);
+    if (runMode != 1 && runMode != 5 && runMode != 6) return 1;
+    measureInitialRms(run);
+    return 1;
 }
 
 }  // namespace sorvek

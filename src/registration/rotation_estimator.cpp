@@ -1,12 +1,95 @@
 #include "registration/rotation_estimator.h"
 
-// Placeholder until the real implementation lands.
-namespace sorvek {
+#include <cmath>
 
-double estimateRotation(Run&, std::span<const PointRecord>, std::span<const PointRecord>, double, double,
-                        std::int32_t& acceptedCount, double&, double, double, double) {
+#include "registration/cube_walk.h"
+#include "registration/surface_geometry.h"
+
+// The measuring walk with a rotation fit added: every accepted sample s is paired with
+// its foot f on the reference surface, and the angle about a vertical axis through the
+// pivot that best turns the feet onto the samples comes out in closed form.
+namespace sorvek {
+namespace {
+
+// Running sums of the accepted pairs; only x and y of sample and foot enter the fit.
+struct FitSums {
+    double squares = 0.0;  // squared distances, for the RMS
+    double Ssx = 0.0;
+    double Ssy = 0.0;
+    double Sfx = 0.0;
+    double Sfy = 0.0;
+    double Sfxsx = 0.0;
+    double Sfysy = 0.0;
+    double Sfxsy = 0.0;
+    double Sfysx = 0.0;
+    std::int32_t acceptedCount = 0;
+};
+
+// Point to point gives an RMS but no rotation: the eight fit sums stay 0.
+void fitPointToPoint(const NearestList& nearest, double maxDistance, FitSums& sums) {
+    if (nearest.position[0] < 0) return;  // nothing came near enough to enter the list
+    const double squared = nearest.squaredDistance[0];
+    if (!(maxDistance * maxDistance >= squared)) return;
+    sums.squares += squared;
+    ++sums.acceptedCount;
+}
+
+void fitPointToPlane(const CubeWalk& walk, const PointRecord& sample, const NearestList& nearest,
+                     double maxDistance, double minDistance, FitSums& sums) {
+    if (nearest.position[2] < 0) return;  // the plane needs all three places
+    const Plane plane = planeOfNearest(walk, nearest);
+    if (isDegenerate(plane)) return;
+    const Point3 s = pointOf(sample);
+    const double d = distanceToPlane(plane, s);
+    if (!(maxDistance >= d && d >= minDistance)) return;
+    const Point3 f = planeFoot(plane, d, s);
+    sums.squares += d * d;
+    sums.Ssx += s.x;
+    sums.Ssy += s.y;
+    sums.Sfx += f.x;
+    sums.Sfy += f.y;
+    sums.Sfxsx += f.x * s.x;
+    sums.Sfysy += f.y * s.y;
+    sums.Sfxsy += f.x * s.y;
+    sums.Sfysx += f.y * s.x;
+    ++sums.acceptedCount;
+}
+
+// The sums of dot and cross products of the pivot-relative pairs, expanded so that one
+// pass suffices; -atan2(Y, X) turns the reference onto the subject.
+double rotationFromSums(const FitSums& sums, double px, double py) {
+    const double n = static_cast<double>(sums.acceptedCount);
+    const double X = ((sums.Sfysy + sums.Sfxsx) - (sums.Sfy + sums.Ssy) * py) -
+                     (sums.Sfx + sums.Ssx) * px + (px * px + py * py) * n;
+    const double Y = sums.Sfysx - sums.Ssx * py - sums.Sfxsy + sums.Sfx * py + sums.Ssy * px -
+                     sums.Sfy * px;
+    return -std::atan2(Y, X);
+}
+
+}  // namespace
+
+double estimateRotation(Run& run, std::span<const PointRecord> subject,
+                        std::span<const PointRecord> reference, double maxDistance,
+                        double minDistance, std::int32_t& acceptedCount, double& rotationOut,
+                        double pivotX, double pivotY, double zMin) {
     acceptedCount = 0;
-    return 999.0;
+    const std::int32_t regMode = run.options.REGMODE;
+    FitSums sums;
+    CubeWalk walk = startCubeWalk(run, subject, reference, zMin);
+    while (nextSampledCube(walk)) {
+        // Only point to point and point to plane are fitted; other modes measure nothing.
+        if (regMode != 0 && regMode != 1) continue;
+        for (std::int32_t k = 0; k < walk.samplesPerCube; ++k) {
+            const PointRecord& sample = sampleOf(walk, k);
+            const NearestList nearest = nearestInCube(walk, sample);
+            if (regMode == 0) fitPointToPoint(nearest, maxDistance, sums);
+            else fitPointToPlane(walk, sample, nearest, maxDistance, minDistance, sums);
+        }
+    }
+    acceptedCount = sums.acceptedCount;
+    if (sums.acceptedCount < run.options.MINNUMPTS) return 999.0;
+    rotationOut = rotationFromSums(sums, pivotX, pivotY);
+    return std::sqrt(sums.squares / static_cast<double>(sums.acceptedCount));
 }
 
 }  // namespace sorvek

@@ -1,15 +1,138 @@
 #include "output/rotation_table.h"
 
-// Placeholder until the real implementation lands.
-namespace sorvek {
+// The rotation stage never sees the solvers' results in memory: it reads them back from
+// the registration result file, which in a rotation-only run comes from an earlier run.
 
-std::int32_t countRotationRows(const Run&) { return 0; }
-std::vector<RotationEntry> loadRotationTable(const Run&, std::int32_t) { return {}; }
-double averageRotation(std::span<const RotationEntry>, std::int32_t, std::int32_t& rotationCount,
-                       double& rotationSpread) {
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <limits>
+
+namespace sorvek {
+namespace {
+
+constexpr std::int64_t largestEntryCount = std::numeric_limits<std::int32_t>::max() - 1;
+
+// The head line and the rest of a row are discarded up to their line end whatever their
+// length, so that loading walks the same physical lines that counting counted.
+void skipLine(std::istream& in) {
+    in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+}
+
+// A field is committed only when it converts: a failed field keeps its zero, and the
+// stream, once failed, stays failed for every later field and row.
+template <typename Number>
+void readField(std::istream& in, Number& field) {
+    Number value{};
+    if (in >> value) field = value;
+}
+
+// One separator: the next character after any white space, whatever it is.
+void readSeparator(std::istream& in) {
+    char separator = 0;
+    in >> separator;
+}
+
+// Scan id and rotation of both entries; the RMS and point count are read only to reach
+// the end of the row, and the iteration column is never parsed.
+void readRow(std::istream& in, RotationEntry& first, RotationEntry& second) {
+    double rms = 0.0;
+    std::uint32_t pointCount = 0;
+    readField(in, first.scanId);
+    readSeparator(in);
+    readField(in, first.rotation);
+    readSeparator(in);
+    readField(in, second.scanId);
+    readSeparator(in);
+    readField(in, second.rotation);
+    readSeparator(in);
+    readField(in, rms);
+    readSeparator(in);
+    readField(in, pointCount);
+    skipLine(in);
+}
+
+}  // namespace
+
+std::int32_t countRotationLines(std::istream& in) {
+    std::istreambuf_iterator<char> next(in);
+    const std::istreambuf_iterator<char> end;
+    while (next != end && *next != '\n') ++next;  // the head line is not counted
+    if (next == end) return 0;
+    ++next;
+    std::int64_t lineCount = 0;
+    bool lineIsOpen = false;
+    for (; next != end; ++next) {
+        if (*next == '\n') {
+            ++lineCount;
+            lineIsOpen = false;
+        } else {
+            lineIsOpen = true;
+        }
+    }
+    if (lineIsOpen) ++lineCount;
+    const std::int64_t entryCount = lineCount * 2;
+    return static_cast<std::int32_t>(entryCount > largestEntryCount ? largestEntryCount : entryCount);
+}
+
+std::vector<RotationEntry> readRotationRows(std::istream& in, std::int32_t entryCount) {
+    if (entryCount <= 0) return {};
+    std::vector<RotationEntry> table(static_cast<std::size_t>(entryCount));
+    skipLine(in);
+    for (std::size_t row = 0; row < table.size() / 2; ++row) {
+        readRow(in, table[2 * row], table[(2 * row) + 1]);
+    }
+    return table;
+}
+
+std::int32_t countRotationRows(const Run& run) {
+    const std::string& path = run.state.regPath;
+    std::ifstream in(path);
+    if (!in) {
+        std::printf("Unable to open data file at %s \n", path.c_str());
+        return 0;
+    }
+    return countRotationLines(in);
+}
+
+std::vector<RotationEntry> loadRotationTable(const Run& run, std::int32_t entryCount) {
+    const std::string& path = run.state.regPath;
+    std::ifstream in(path);
+    if (entryCount <= 0) {
+        std::printf("NO POINTS in file!!!!!  \n");
+        return {};
+    }
+    if (!in) {
+        std::printf("Unable to open data file at %s \n", path.c_str());
+        return {};
+    }
+    std::printf("Loading data from file %s \n", path.c_str());
+    return readRotationRows(in, entryCount);
+}
+
+double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId,
+                       std::int32_t& rotationCount, double& rotationSpread) {
+    double greatest = -999.0;
+    double least = 999.0;
+    double sum = 0.0;
+    std::int32_t found = 0;
     rotationCount = 0;
     rotationSpread = 0.0;
-    return 0.0;
+    for (const RotationEntry& entry : table) {
+        if (entry.scanId != scanId) continue;
+        const double rotationDeg = entry.rotation;
+        if (rotationDeg > greatest) greatest = rotationDeg;
+        if (least > rotationDeg) least = rotationDeg;
+        sum += rotationDeg;
+        ++found;
+    }
+    if (found == 0) {
+        std::printf("%i has no rotations, so the rotation will not be performed \n", scanId);
+        return 0.0;
+    }
+    rotationCount = found;
+    rotationSpread = greatest - least;
+    return sum / static_cast<double>(found);
 }
 
 }  // namespace sorvek

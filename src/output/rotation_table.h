@@ -1,7 +1,9 @@
 #pragma once
-// The registration result file read back as (scan id, rotation) entries.
+// The registration result file read back as (scan id, rotation) entries, and the mean,
+// count and spread of one scan's rotations.
 
 #include <cstdint>
+#include <istream>
 #include <span>
 #include <vector>
 
@@ -23,5 +25,15 @@ std::vector<RotationEntry> loadRotationTable(const Run& run, std::int32_t entryC
 // Mean rotation of `scanId` in degrees, 0.0 when it has none (with a message).
 double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId,
                        std::int32_t& rotationCount, double& rotationSpread);
+
+// The counting pass over any stream: two for every physical line after the head line,
+// however long it is; an unterminated last line counts too. Saturates at the largest
+// even 32-bit count.
+std::int32_t countRotationLines(std::istream& in);
+
+// The loading pass over any stream positioned at the head line: a table of `entryCount`
+// entries (none when it is 0 or less), filled from entryCount / 2 rows. A field that does
+// not parse leaves it and the rest of the table at zero. Safe on arbitrary bytes.
+std::vector<RotationEntry> readRotationRows(std::istream& in, std::int32_t entryCount);
 
 }  // namespace sorvek

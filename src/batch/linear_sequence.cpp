@@ -1,8 +1,141 @@
 #include "batch/linear_sequence.h"
 
-// Placeholder until the real implementation lands.
-namespace sorvek {
+// A rotation field below -99.0 still holds noRotation: the pair on that side has not been
+// registered. The fields stay set for the rest of the run, so a pair solved from one side
+// is not due again from the other, and Ping Pong's own stores (always the first scan's
+// south field and the second scan's north field) move later pairs to the scan beyond.
 
-void runLinearSequence(Run&, const std::string&) {}
+#include <cstdio>
+
+#include "batch/batch_pair.h"
+#include "batch/result_rows.h"
+#include "batch/rotated_file_name.h"
+#include "batch/wall_clock.h"
+#include "points/pair_preparation.h"
+
+namespace sorvek {
+namespace {
+
+constexpr double registeredAbove = -99.0;
+
+enum class Side { south, north };
+
+// What one pass carries from pair to pair besides the shared records.
+struct LinearPass {
+    std::FILE* file = nullptr;  // the result file being written
+    bool isEvaluation = false;  // RMS evaluation pass rather than registration pass
+    SolverOutputs outputs;      // the solver's out values, kept across pairs
+};
+
+bool isUnregistered(double rotationRad) { return registeredAbove > rotationRad; }
+
+// The south pair's files: the rotated text files in an RMS pass with FILEEXT 0, else the
+// scans' own files.
+void setSouthPaths(Run& run, const ScanRecord& first, const ScanRecord& second) {
+    const bool readsRotatedFiles = run.options.FILEEXT == 0 && run.state.rmsPhase;
+    run.pair.firstPath = readsRotatedFiles ? rmsPassFileName(first.fileName) : first.fileName;
+    run.pair.secondPath = readsRotatedFiles ? rmsPassFileName(second.fileName) : second.fileName;
+}
+
+// The solver hands back degrees; the records keep radians, for both row forms.
+void storeRotations(Run& run, Side side, const SolverOutputs& outputs) {
+    ScanRecord& first = run.state.scans[static_cast<std::size_t>(run.pair.firstIndex)];
+    ScanRecord& second = run.state.scans[static_cast<std::size_t>(run.pair.secondIndex)];
+    if (side == Side::south) {
+        first.southRotation = degToRad * outputs.firstRotationDeg;
+        first.southPoints = outputs.pointCount;
+        second.northRotation = degToRad * outputs.secondRotationDeg;
+        second.northPoints = outputs.pointCount;
+    } else {
+        first.northRotation = degToRad * outputs.firstRotationDeg;
+        first.northPoints = outputs.pointCount;
+        second.southRotation = degToRad * outputs.secondRotationDeg;
+        second.southPoints = outputs.pointCount;
+    }
+}
+
+void solvePair(Run& run, LinearPass& pass, Side side) {
+    const double solverRms = solvePreparedPair(run, pass.outputs);
+    storeRotations(run, side, pass.outputs);
+    writeRegistrationRow(pass.file, registrationRowOf(run, pass.outputs, solverRms));
+}
+
+void evaluatePair(Run& run, LinearPass& pass) {
+    const ScanRecord& first = run.state.scans[static_cast<std::size_t>(run.pair.firstIndex)];
+    const ScanRecord& second = run.state.scans[static_cast<std::size_t>(run.pair.secondIndex)];
+    const RmsRow row = evaluatePreparedPair(run, first.southDist);
+    std::printf("%i:  N:  %lf  S: %lf %i: N: %lf S: %lf\n", row.firstId, first.northDist,
+                first.southDist, row.secondId, second.northDist, second.southDist);
+    std::printf("\n");
+    writeRmsRow(pass.file, row);
+}
+
+// The south pair of scan i. Returns false when the pair could not be prepared, which
+// ends the scan's turn.
+bool doSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
+    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
+    run.pair.firstIndex = scanIndex;
+    run.pair.secondIndex = scan.southScan;
+    if (scan.southScan < 0) return true;
+    setSouthPaths(run, scan, run.state.scans[static_cast<std::size_t>(scan.southScan)]);
+    if (!isUnregistered(scan.southRotation) && !run.state.rmsPhase) return true;
+    if (prepareScanPair(run) == 0) {
+        logFailedPair(run);
+        return false;
+    }
+    if (pass.isEvaluation) {
+        evaluatePair(run, pass);
+    } else {
+        solvePair(run, pass, Side::south);
+    }
+    ++run.state.pairsDone;
+    return true;
+}
+
+// The north pair of scan i, registration passes only; false as for the south pair.
+bool doNorthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
+    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
+    run.pair.firstIndex = scanIndex;
+    run.pair.secondIndex = scan.northScan;
+    if (scan.northScan < 0) return true;
+    run.pair.firstPath = scan.fileName;
+    run.pair.secondPath = run.state.scans[static_cast<std::size_t>(scan.northScan)].fileName;
+    if (!isUnregistered(scan.northRotation)) return true;
+    if (prepareScanPair(run) == 0) {
+        logFailedPair(run);
+        return false;
+    }
+    pass.outputs.firstRotationDeg = 0.0;
+    pass.outputs.secondRotationDeg = 0.0;
+    solvePair(run, pass, Side::north);
+    ++run.state.pairsDone;
+    return true;
+}
+
+void takeTurn(Run& run, LinearPass& pass, std::int32_t scanIndex) {
+    const std::time_t start = wallClockNow();
+    pass.outputs.firstRotationDeg = 0.0;
+    pass.outputs.secondRotationDeg = 0.0;
+    if (!doSouthPair(run, pass, scanIndex)) return;
+    if (!pass.isEvaluation && !doNorthPair(run, pass, scanIndex)) return;
+    const std::int32_t scanId = run.state.scans[static_cast<std::size_t>(scanIndex)].scanId;
+    printScanTime(pass.isEvaluation, scanId, secondsSince(start));
+}
+
+}  // namespace
+
+void runLinearSequence(Run& run, const std::string& path) {
+    LinearPass pass;
+    pass.isEvaluation = run.state.rmsPhase;
+    FileHandle file = createResultFile(
+        path, pass.isEvaluation ? ResultFileKind::lineRms : ResultFileKind::registration);
+    pass.file = file.get();
+    const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
+    for (std::int32_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
+        takeTurn(run, pass, scanIndex);
+    }
+    file.reset();
+    std::printf("\n");
+}
 
 }  // namespace sorvek

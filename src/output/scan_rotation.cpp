@@ -1,8 +1,335 @@
 #include "output/scan_rotation.h"
 
-// Placeholder until the real implementation lands.
-namespace sorvek {
+// The stage streams points and never builds a cloud from a text file: it holds one line
+// at a time. A .bxyz scan is loaded whole and written back as a drop-in text replacement
+// in the frame of its own file, so that an RMS pass that applies the scan transform as
+// pair preparation always does sees the rotated scan.
 
-void rotateScans(Run&) {}
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <span>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "batch/rotated_file_name.h"
+#include "batch/wall_clock.h"
+#include "output/rotation_table.h"
+#include "points/binary_reader.h"
+#include "points/point_file_kind.h"
+#include "points/transforms.h"
+#include "run/console.h"
+
+namespace sorvek {
+namespace {
+
+constexpr std::size_t linePieceLimit = 255;  // characters one read of a line takes at most
+
+// The scan's mean rotation and the turn it gives; a mean of exactly 0.0 turns nothing.
+struct ScanTurn {
+    bool hasRotation = false;
+    double cosTheta = 1.0;
+    double sinTheta = 0.0;
+};
+
+// The stage's output for the scan in hand.
+struct ScanOutput {
+    std::FILE* rotFile = nullptr;     // the rotation result file
+    std::FILE* pointFile = nullptr;   // the rotated point file
+    std::int32_t pointsWritten = 0;   // NumpointsED
+};
+
+bool isCommentLine(std::string_view line) {
+    return !line.empty() && (line[0] == '#' || line[0] == 'x' || line[0] == 'X');
+}
+
+// One read of a line as a 256-byte buffer takes it: up to and including the line end, or
+// 255 characters of a longer line, whose rest comes as the next piece. False at the end.
+bool readLinePiece(std::FILE* file, std::string& piece) {
+    piece.clear();
+    while (piece.size() < linePieceLimit) {
+        const int c = std::fgetc(file);
+        if (c == EOF) break;
+        piece.push_back(static_cast<char>(c));
+        if (c == '\n') break;
+    }
+    return !piece.empty();
+}
+
+// The text of a comment line without its line end, CR LF included.
+std::string commentText(std::string piece) {
+    if (!piece.empty() && piece.back() == '\n') piece.pop_back();
+    if (!piece.empty() && piece.back() == '\r') piece.pop_back();
+    return piece;
+}
+
+template <typename Number>
+bool extract(std::istream& in, Number& field) {
+    Number value{};
+    if (!(in >> value)) return false;
+    field = value;
+    return true;
+}
+
+std::int32_t countAsInt32(std::size_t count) {
+    constexpr std::size_t greatest = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(count > greatest ? greatest : count);
+}
+
+// The turn about the scanner's vertical axis, from the offsets of a point to it.
+void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, double dy,
+                      double& x, double& y) {
+    x = ((dx * turn.cosTheta) - (dy * turn.sinTheta)) + scan.gpsX;
+    y = ((dy * turn.cosTheta) + (dx * turn.sinTheta)) + scan.gpsY;
+}
+
+// Takes the scan's mean, announces it and writes the first piece of the scan's row.
+ScanTurn chooseTurn(std::span<const RotationEntry> table, const ScanRecord& scan,
+                    std::int32_t pointCount, std::FILE* rotFile) {
+    std::int32_t rotationCount = 0;
+    double rotationSpread = 0.0;
+    const double meanDeg = averageRotation(table, scan.scanId, rotationCount, rotationSpread);
+    ScanTurn turn;
+    if (meanDeg == 0.0) {
+        std::printf("No rotation values found !=0 for %i so %i points will not be rotated.  \n",
+                    scan.scanId, pointCount);
+        std::fprintf(rotFile, "%i,0.000000,0,0.0", scan.scanId);
+        return turn;
+    }
+    std::printf("Rotating %i Points in %i by %f degrees \n", pointCount, scan.scanId, meanDeg);
+    std::fprintf(rotFile, "%i,%f,%i,%f", scan.scanId, meanDeg, rotationCount, rotationSpread);
+    const double thetaRad = meanDeg * degToRad;
+    turn.hasRotation = true;
+    turn.cosTheta = std::cos(thetaRad);
+    turn.sinTheta = std::sin(thetaRad);
+    return turn;
+}
+
+// The second piece of the row, the close of the point file and the closing lines.
+void finishScan(ScanOutput& output, FileHandle pointFile, std::int32_t pointCount) {
+    std::fprintf(output.rotFile, ",%i,%i \n", pointCount, output.pointsWritten);
+    std::fflush(output.rotFile);
+    pointFile.reset();
+    std::printf("Output of %i points \n", output.pointsWritten);
+    std::printf("\n");
+}
+
+// Comment and data lines of a text point file, each read as the stage reads it.
+struct LineCounts {
+    std::int32_t commentLines = 0;
+    std::int32_t dataLines = 0;
+};
+
+LineCounts countTextLines(const std::string& path) {
+    LineCounts counts;
+    FileHandle in = openFile(path, "r");
+    if (!in) {
+        std::printf("UNABLE TO OPEN FILE %s \n", path.c_str());
+        return counts;
+    }
+    std::string piece;
+    while (readLinePiece(in.get(), piece)) {
+        if (isCommentLine(piece)) {
+            if (counts.commentLines < std::numeric_limits<std::int32_t>::max()) ++counts.commentLines;
+        } else if (counts.dataLines < std::numeric_limits<std::int32_t>::max()) {
+            ++counts.dataLines;
+        }
+    }
+    return counts;
+}
+
+void writeTextPoint(const Run& run, const ScanRecord& scan, const ScanTurn& turn,
+                    const TextPointLine& point, ScanOutput& output) {
+    double x = 0.0;
+    double y = 0.0;
+    if (turn.hasRotation) {
+        const double dx = point.x - (run.options.TRANSX + scan.gpsX);
+        const double dy = point.y - (run.options.TRANSY + scan.gpsY);
+        turnAboutScanner(turn, scan, dx, dy, x, y);
+    } else {
+        x = point.x - run.options.TRANSX;
+        y = point.y - run.options.TRANSY;
+    }
+    const double z = point.z;
+    if (run.options.APPLYFILTER != 0 && !passesOutputFilter(run.options, scan, x, y, z)) return;
+    std::fprintf(output.pointFile, "%lf %lf %lf %i %i %i %i \n", x, y, z, point.carried1,
+                 point.carried2, point.carried3, cutTowardZero(point.carried4));
+    ++output.pointsWritten;
+}
+
+// A text scan, from its first pass on. Comment lines are kept where they stand; a data
+// line without three numbers writes nothing but still counts in Numpoints.
+void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
+                    ScanOutput& output, FileHandle pointFile) {
+    const std::string& path = run.pair.firstPath;
+    const LineCounts counts = countTextLines(path);
+    FileHandle in = openFile(path, "r");
+    if (!in) {
+        std::printf("Unable to open data file at %s \n", path.c_str());
+        if (std::FILE* log = run.state.logFile.get()) {
+            std::fprintf(log, "Unable to open files: %s .", path.c_str());
+            std::fprintf(log, "Please check your input file for an error here. \n");
+            std::fflush(log);
+        }
+        return;
+    }
+    std::printf("Loading data from file %s \n", path.c_str());
+    std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
+    const ScanTurn turn = chooseTurn(table, scan, counts.dataLines, output.rotFile);
+    std::string piece;
+    while (readLinePiece(in.get(), piece)) {
+        if (isCommentLine(piece)) {
+            std::fprintf(output.pointFile, "%s \n", commentText(piece).c_str());
+            continue;
+        }
+        const TextPointLine point = parseTextPointLine(piece);
+        if (point.hasPoint) writeTextPoint(run, scan, turn, point, output);
+    }
+    in.reset();
+    finishScan(output, std::move(pointFile), counts.dataLines);
+}
+
+// The written point of a binary scan: back through the scan transform when it was
+// applied, so that the file keeps the frame of the scan's own file. Component i is the
+// sum over k of R[k][i] * (p[k] - t[k]), k in order.
+void writeBinaryPoint(const ScanMatrix* matrix, const std::array<double, 3>& p,
+                      std::FILE* pointFile) {
+    std::array<double, 3> written = p;
+    if (matrix != nullptr) {
+        const auto& m = matrix->m;
+        const std::array<double, 3> offset = {p[0] - m[0][3], p[1] - m[1][3], p[2] - m[2][3]};
+        for (std::size_t i = 0; i < 3; ++i) {
+            written[i] = ((m[0][i] * offset[0]) + (m[1][i] * offset[1])) + (m[2][i] * offset[2]);
+        }
+    }
+    std::fprintf(pointFile, "%lf %lf %lf 0 0 0 0 \n", written[0], written[1], written[2]);
+}
+
+void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
+                      ScanOutput& output, FileHandle pointFile, Cloud& cloud) {
+    std::printf("Loading data from file %s \n", run.pair.firstPath.c_str());
+    std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
+    const std::int32_t pointCount = countAsInt32(cloud.size());
+    const ScanTurn turn = chooseTurn(table, scan, pointCount, output.rotFile);
+    ScanMatrix matrix;
+    const bool isTransformed = run.options.SCANTRANSFORM == 0;
+    if (isTransformed) {
+        matrix = buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY,
+                                 scan.gpsZ);
+        applyMatrix(cloud, matrix);
+    }
+    const bool isFiltered = run.options.APPLYFILTER != 0;
+    for (const PointRecord& record : cloud) {
+        std::array<double, 3> p = {record.x, record.y, record.z};
+        if (turn.hasRotation) {
+            turnAboutScanner(turn, scan, record.x - scan.gpsX, record.y - scan.gpsY, p[0], p[1]);
+        }
+        if (isFiltered && !passesOutputFilter(run.options, scan, p[0], p[1], p[2])) continue;
+        writeBinaryPoint(isTransformed ? &matrix : nullptr, p, output.pointFile);
+        ++output.pointsWritten;
+    }
+    finishScan(output, std::move(pointFile), pointCount);
+}
+
+// One scan: its output file, then text or binary by what the file holds.
+void rotateScan(Run& run, std::size_t scanIndex, std::span<const RotationEntry> table,
+                std::FILE* rotFile, Cloud& cloud) {
+    const ScanRecord& scan = run.state.scans[scanIndex];
+    run.pair.firstPath = scan.fileName;
+    run.state.rotatedFilePath = rotatedOutputFileName(scan.fileName);
+    FileHandle pointFile = openFile(run.state.rotatedFilePath, "w");
+    if (!pointFile) {
+        std::printf("Unable to create %s \n", run.state.rotatedFilePath.c_str());
+        if (std::FILE* log = run.state.logFile.get()) {
+            std::fprintf(log, "Unable to create %s \n", run.state.rotatedFilePath.c_str());
+            std::fflush(log);
+        }
+        return;
+    }
+    ScanOutput output;
+    output.rotFile = rotFile;
+    output.pointFile = pointFile.get();
+    if (!isTextPointFile(scan.fileName)) {
+        readBinaryPoints(scan.fileName, cloud);
+        if (!cloud.empty()) {
+            rotateBinaryScan(run, scan, table, output, std::move(pointFile), cloud);
+            return;
+        }
+    }
+    rotateTextScan(run, scan, table, output, std::move(pointFile));
+}
+
+FileHandle createRotationResultFile(const std::string& path) {
+    FileHandle file = openFile(path, "w");
+    if (!file) {
+        std::printf("Unable to create %s \n", path.c_str());
+        std::printf("Please verify that the path exists. \n");
+        endRun(1);
+    }
+    std::fprintf(file.get(),
+                 "ID,rotation(degrees),numRotVals,RotSpread(Degrees),Numpoints,NumpointsED \n");
+    return file;
+}
+
+}  // namespace
+
+TextPointLine parseTextPointLine(std::string_view line) {
+    std::istringstream in{std::string(line)};
+    TextPointLine point;
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+    if (!extract(in, x) || !extract(in, y) || !extract(in, z)) return point;
+    point.hasPoint = true;
+    point.x = x;
+    point.y = y;
+    point.z = z;
+    if (extract(in, point.carried1) && extract(in, point.carried2) && extract(in, point.carried3)) {
+        extract(in, point.carried4);
+    }
+    return point;
+}
+
+std::int32_t cutTowardZero(float value) {
+    // Converting a float that int32 cannot hold is undefined behaviour, so the range test
+    // comes first; NaN fails both comparisons.
+    if (std::isnan(value)) return 0;
+    if (value >= 2147483648.0F) return std::numeric_limits<std::int32_t>::max();
+    if (value < -2147483648.0F) return std::numeric_limits<std::int32_t>::min();
+    return static_cast<std::int32_t>(value);  // truncates toward zero
+}
+
+bool passesOutputFilter(const RunOptions& options, const ScanRecord& scan, double x, double y,
+                        double z) {
+    const bool isInBox = options.XMIN <= x && x <= options.XMAX && options.YMIN <= y &&
+                         y <= options.YMAX && options.ZMIN <= z && z <= options.ZMAX;
+    if (!isInBox) return false;
+    const double ey = scan.gpsY - y;
+    const double ex = scan.gpsX - x;
+    const double ez = scan.gpsZ - z;
+    const double range = std::sqrt(((ey * ey) + (ex * ex)) + (ez * ez));
+    return options.MINRANGE <= range && range <= options.MAXRANGE;
+}
+
+void rotateScans(Run& run) {
+    const std::time_t start = wallClockNow();
+    const std::size_t scanCount = run.state.scans.size();
+    const std::int32_t scanTotal = countAsInt32(scanCount);
+    const float progressFactor = static_cast<float>(100.0 / static_cast<double>(scanTotal));
+    FileHandle rotFile = createRotationResultFile(run.state.rotPath);
+    const std::int32_t entryCount = countRotationRows(run);
+    const std::vector<RotationEntry> table = loadRotationTable(run, entryCount);
+    Cloud cloud;
+    for (std::size_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
+        const float percent = static_cast<float>(countAsInt32(scanIndex)) * progressFactor;
+        std::printf("Percent complete........%i \n", cutTowardZero(percent));
+        rotateScan(run, scanIndex, table, rotFile.get(), cloud);
+    }
+    rotFile.reset();
+    std::printf("Total Time for rotations of %i files is %i seconds \n", scanTotal,
+                secondsSince(start));
+}
 
 }  // namespace sorvek

@@ -1,0 +1,103 @@
+#include "batch/batch_pair.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <span>
+
+#include "registration/iterative_search.h"
+#include "registration/pair_measure.h"
+#include "registration/partial_least_squares.h"
+#include "registration/ping_pong.h"
+
+namespace sorvek {
+namespace {
+
+// The loaded cloud as far as its bounds count it.
+std::span<const PointRecord> countedPoints(const Cloud& cloud, std::int32_t count) {
+    const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 0;
+    return std::span<const PointRecord>(cloud).first(std::min(length, cloud.size()));
+}
+
+// Sum of two accepted counts as a 32-bit integer would hold it; formed in 64 bits and
+// wrapped, so that no pair of counts can overflow.
+std::int32_t sumOfCounts(std::int32_t first, std::int32_t second) {
+    const std::int64_t sum = static_cast<std::int64_t>(first) + static_cast<std::int64_t>(second);
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(sum)));
+}
+
+}  // namespace
+
+double solvePreparedPair(Run& run, SolverOutputs& outputs) {
+    switch (run.options.REGSOL) {
+    case 1:
+        return solveIterativeSearch(run, outputs.firstRotationDeg, outputs.secondRotationDeg,
+                                    outputs.pointCount);
+    case 0:
+        return solvePartialLeastSquares(run, outputs.firstRotationDeg, outputs.secondRotationDeg,
+                                        outputs.pointCount);
+    default:
+        return solvePingPong(run, outputs.firstRotationDeg, outputs.secondRotationDeg,
+                             outputs.pointCount, outputs.iterationCount);
+    }
+}
+
+RegistrationRow registrationRowOf(const Run& run, const SolverOutputs& outputs, double solverRms) {
+    const std::vector<ScanRecord>& scans = run.state.scans;
+    RegistrationRow row;
+    row.firstId = scans[static_cast<std::size_t>(run.pair.firstIndex)].scanId;
+    row.secondId = scans[static_cast<std::size_t>(run.pair.secondIndex)].scanId;
+    row.firstRotationDeg = outputs.firstRotationDeg;
+    row.secondRotationDeg = outputs.secondRotationDeg;
+    row.solverRms = solverRms;
+    row.initialRms = run.pair.initialRms;
+    row.pointCount = outputs.pointCount;
+    row.iterationCount = outputs.iterationCount;
+    return row;
+}
+
+double weightedRms(double rms12, std::int32_t np12, double rms21, std::int32_t np21) {
+    const std::int32_t total = sumOfCounts(np12, np21);
+    return ((static_cast<double>(np12) * rms12) + (static_cast<double>(np21) * rms21)) /
+           static_cast<double>(total);
+}
+
+RmsRow evaluatePreparedPair(Run& run, double spacing) {
+    PairState& pair = run.pair;
+    const std::span<const PointRecord> first = countedPoints(pair.firstCloud, pair.firstBounds.count);
+    const std::span<const PointRecord> second = countedPoints(pair.secondCloud, pair.secondBounds.count);
+    const double maxDistance = run.options.MAXDISTFINAL;
+    const double zMin = run.options.ZMIN;
+    RmsRow row;
+    row.rms12 = measurePairRms(run, first, second, maxDistance, row.np12, zMin);
+    row.rms21 = measurePairRms(run, second, first, maxDistance, row.np21, zMin);
+    row.rmswave = weightedRms(row.rms12, row.np12, row.rms21, row.np21);
+    pair.firstId = run.state.scans[static_cast<std::size_t>(pair.firstIndex)].scanId;
+    pair.secondId = run.state.scans[static_cast<std::size_t>(pair.secondIndex)].scanId;
+    row.firstId = pair.firstId;
+    row.secondId = pair.secondId;
+    row.spacing = spacing;
+    row.range = pair.meanCliffDistance;
+    std::printf("RMS for scans %i and %i = %lf \n", pair.firstId, pair.secondId, row.rmswave);
+    std::printf("\n");
+    return row;
+}
+
+void logFailedPair(const Run& run) {
+    std::FILE* log = run.state.logFile.get();
+    if (log == nullptr) return;  // the entry ends the run before a stage could meet this
+    std::fprintf(log, "Unable to open files: %s \n", run.pair.firstPath.c_str());
+    std::fprintf(log, " and %s \n", run.pair.secondPath.c_str());
+    std::fprintf(log, "Please check your GPS file for an error here. \n");
+    std::fflush(log);
+}
+
+void printScanTime(bool isEvaluation, std::int32_t scanId, std::int32_t seconds) {
+    if (isEvaluation) {
+        std::printf("Time for RMS evaluation of scan %i is %i seconds \n", scanId, seconds);
+    } else {
+        std::printf("Time for registration of scan %i is %i seconds \n", scanId, seconds);
+    }
+    std::printf("\n");
+}
+
+}  // namespace sorvek

@@ -1,0 +1,41 @@
+#pragma once
+// One pair of a batch, the same in both drivers: solving it with the chosen solver,
+// evaluating it both ways, logging it when its files cannot be read, and the time lines.
+
+#include <cstdint>
+
+#include "batch/result_rows.h"
+#include "run/records.h"
+
+namespace sorvek {
+
+// The solvers' out arguments as a driver holds them through one pass. Nothing clears the
+// point count between pairs: a solver that writes none leaves the last one in the row.
+struct SolverOutputs {
+    double firstRotationDeg = 0.0;    // first scan's rotation, degrees
+    double secondRotationDeg = 0.0;   // second scan's rotation, degrees
+    std::int32_t pointCount = 0;      // pair count of the last solver that wrote one
+    std::int32_t iterationCount = 0;  // Ping Pong's inner passes; the others leave it alone
+};
+
+// Runs the solver that REGSOL selects on the prepared pair and returns its RMS.
+double solvePreparedPair(Run& run, SolverOutputs& outputs);
+
+// The row of the pair just solved, with the scan ids of firstIndex and secondIndex.
+RegistrationRow registrationRowOf(const Run& run, const SolverOutputs& outputs, double solverRms);
+
+// Measures the prepared pair both ways with MAXDISTFINAL, sets firstId and secondId and
+// prints the result line with its blank line. `spacing` goes into the row as it is.
+RmsRow evaluatePreparedPair(Run& run, double spacing);
+
+// The two directions weighted by their counts; the counts are summed as 32-bit integers.
+// With no sample in either direction the result is not a number.
+double weightedRms(double rms12, std::int32_t np12, double rms21, std::int32_t np21);
+
+// The three lines that tell the log a pair could not be prepared.
+void logFailedPair(const Run& run);
+
+// The time line that closes a scan's turn, then a blank line.
+void printScanTime(bool isEvaluation, std::int32_t scanId, std::int32_t seconds);
+
+}  // namespace sorvek

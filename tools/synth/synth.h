@@ -28,6 +28,7 @@ struct SurveySpec {
     double offsetX = 0.0;             // added to every survey X (large survey coordinates)
     double offsetY = 0.0;             // added to every survey Y
     bool occlusion = true;            // solid objects hide what lies behind them
+    double rangeLimit = 60.0;         // metres; the scanner records nothing farther away
 };
 
 // One scanner set-up: the truth, and what the database row says.

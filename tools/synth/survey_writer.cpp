@@ -1,0 +1,135 @@
+#include "synth/survey_writer.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "synth/command_line.h"
+#include "synth/scan_plan.h"
+
+namespace sorvek::synth {
+namespace {
+
+const char* paddingOf(std::int32_t id) {
+    if (id < 10) return "00";
+    if (id < 100) return "0";
+    return "";
+}
+
+// Closes the file and reports whether every write on it went through.
+bool finish(FileHandle& file) {
+    const bool isWritten = std::ferror(file.get()) == 0;
+    return (std::fclose(file.release()) == 0) && isWritten;
+}
+
+double gpsMaxDistance(const SurveySpec& spec) {
+    return spec.spacing * 1.5;  // the nearest set-up on each side, never the one beyond it
+}
+
+}  // namespace
+
+std::string scanFileName(const std::string& stem, std::int32_t scanId, std::int32_t subId,
+                         const std::string& name, const char* extension) {
+    return stem + "_" + paddingOf(scanId) + std::to_string(scanId) + "_" + paddingOf(subId) +
+           std::to_string(subId) + "_" + name + extension;
+}
+
+bool writeDatabase(const std::filesystem::path& path, const std::vector<ScanPose>& poses) {
+    FileHandle file = openFile(path.string(), "w");
+    if (!file) return false;
+    std::fprintf(file.get(), "X,Y,Z,rotX,rotY,rotZ,id,subid,name\n");
+    for (const ScanPose& pose : poses) {
+        // Every value is a multiple of 1e-6, so these decimals carry it exactly.
+        std::fprintf(file.get(), "%.6f,%.6f,%.6f,%.9f,%.9f,%.9f,%d,%d,%s\n", pose.x, pose.y,
+                     pose.z - scannerHeight, pose.rotXDeg, pose.rotYDeg, databaseHeadingDeg(pose),
+                     static_cast<int>(pose.scanId), static_cast<int>(pose.subId), pose.name.c_str());
+    }
+    return finish(file);
+}
+
+bool writeBinaryPoints(const std::filesystem::path& path, const Cloud& cloud) {
+    FileHandle file = openFile(path.string(), "wb");
+    if (!file) return false;
+    const std::size_t written = std::fwrite(cloud.data(), sizeof(PointRecord), cloud.size(), file.get());
+    return finish(file) && written == cloud.size();
+}
+
+bool writeTextPoints(const std::filesystem::path& path, const Cloud& cloud) {
+    FileHandle file = openFile(path.string(), "w");
+    if (!file) return false;
+    std::fprintf(file.get(), "#X,Y,Z\n");
+    for (const PointRecord& point : cloud) {
+        std::fprintf(file.get(), "%.6f,%.6f,%.6f\n", point.x, point.y, point.z);
+    }
+    return finish(file);
+}
+
+bool writeTruth(const std::filesystem::path& path, const std::vector<ScanPose>& poses) {
+    FileHandle file = openFile(path.string(), "w");
+    if (!file) return false;
+    std::fprintf(file.get(), "scanId,subId,name,trueHeadingDeg,headingErrorDeg,databaseHeadingDeg,"
+                             "x,y,z,rotXDeg,rotYDeg\n");
+    for (const ScanPose& pose : poses) {
+        std::fprintf(file.get(), "%d,%d,%s,%.9f,%.9f,%.9f,%.6f,%.6f,%.6f,%.9f,%.9f\n",
+                     static_cast<int>(pose.scanId), static_cast<int>(pose.subId), pose.name.c_str(),
+                     pose.trueHeadingDeg, pose.headingErrorDeg, databaseHeadingDeg(pose), pose.x,
+                     pose.y, pose.z, pose.rotXDeg, pose.rotYDeg);
+    }
+    return finish(file);
+}
+
+bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& spec) {
+    FileHandle file = openFile(path.string(), "w");
+    if (!file) return false;
+    const bool isEastWest = spec.layout == "line" && (spec.direction == "east" || spec.direction == "west");
+    // Neighbours may differ by twice the largest error, so the search must reach that far.
+    const double searchDeg = std::max(2.0, 2.5 * spec.errorDeg);
+    std::fprintf(file.get(), "# Options for the synthetic %s survey '%s': %d scans, %g m apart,\n",
+                 spec.layout.c_str(), spec.name.c_str(), static_cast<int>(spec.scans), spec.spacing);
+    std::fprintf(file.get(), "# heading errors within +-%g degrees, seed %llu. Put it beside the program.\n",
+                 spec.errorDeg, static_cast<unsigned long long>(spec.seed));
+    std::fprintf(file.get(), "GPSMINDIST 0.0\nGPSMAXDIST %.6f\nDATADIR %d\n", gpsMaxDistance(spec),
+                 isEastWest ? 1 : 0);
+    std::fprintf(file.get(), "TRANSX %.6f\nTRANSY %.6f\nZEROPAD 1\n", translationX(spec), translationY(spec));
+    std::fprintf(file.get(), "MINRANGE 0.0\nMAXRANGE %.6f\nALPHA %.6f\n", spec.rangeLimit + 1.0, searchDeg);
+    return finish(file);
+}
+
+bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, std::string& error) {
+    return writeSurvey(spec, outDir, error, nullptr);
+}
+
+bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, std::string& error,
+                 std::FILE* progress) {
+    error = checkSpec(spec);
+    if (!error.empty()) return false;
+    std::error_code code;
+    std::filesystem::create_directories(outDir, code);
+    if (code) {
+        error = "cannot create folder " + outDir.string() + ": " + code.message();
+        return false;
+    }
+    const std::vector<ScanPose> poses = planScans(spec);
+    const SceneHandle scene = makeScene(spec, poses);
+    const auto fail = [&](const std::filesystem::path& path) {
+        error = "cannot write " + path.string();
+        return false;
+    };
+    if (!writeDatabase(outDir / (spec.name + ".txt"), poses)) return fail(outDir / (spec.name + ".txt"));
+    for (const ScanPose& pose : poses) {
+        const Cloud cloud = sampleScan(scene, pose, spec);
+        const auto binaryPath = outDir / scanFileName(spec.name, pose.scanId, pose.subId, pose.name, ".bxyz");
+        if (!writeBinaryPoints(binaryPath, cloud)) return fail(binaryPath);
+        const auto textPath = outDir / scanFileName(spec.name, pose.scanId, pose.subId, pose.name, ".txt");
+        if (spec.text && !writeTextPoints(textPath, cloud)) return fail(textPath);
+        if (progress != nullptr) {
+            std::fprintf(progress, "scan %d: %zu points, %s\n", static_cast<int>(pose.scanId), cloud.size(),
+                         binaryPath.string().c_str());
+            std::fflush(progress);
+        }
+    }
+    if (!writeTruth(outDir / (spec.name + "_truth.csv"), poses)) return fail(outDir / (spec.name + "_truth.csv"));
+    if (!writeOptionFile(outDir / "sorvek.txt", spec)) return fail(outDir / "sorvek.txt");
+    return true;
+}
+
+}  // namespace sorvek::synth

@@ -1,8 +1,55 @@
 #include "output/geo_export.h"
 
-// Placeholder until the real implementation lands.
-namespace sorvek {
+#include <cstdio>
+#include <span>
+#include <string>
 
-void exportScans(Run&) {}
+#include "points/binary_reader.h"
+#include "points/transforms.h"
+
+// Every scan's .bxyz cloud moved into the survey frame by its own scan matrix and
+// written as text. The registration results play no part, and neither does
+// SCANTRANSFORM: an exported cloud is always transformed.
+namespace sorvek {
+namespace {
+
+// "name.bxyz" becomes "name._adj.txt": four characters go, so the dot of ".bxyz" stays.
+std::string exportedFileName(const std::string& fileName) {
+    constexpr std::size_t cut = 4;
+    const std::size_t kept = fileName.size() >= cut ? fileName.size() - cut : 0;
+    return fileName.substr(0, kept) + "_adj.txt";
+}
+
+// The header line comes even for a scan without points, so that every scan leaves a file.
+void writeExportedCloud(const std::string& path, std::span<const PointRecord> points) {
+    const FileHandle file = openFile(path, "w");
+    if (!file) {
+        std::printf("Unable to create %s \n", path.c_str());
+        return;
+    }
+    std::fprintf(file.get(), "#X,Y,Z\n");
+    for (const PointRecord& point : points) {
+        std::fprintf(file.get(), "%lf %lf %lf\n", point.x, point.y, point.z);
+    }
+}
+
+}  // namespace
+
+void exportScans(Run& run) {
+    std::printf("Preparing data for export.... \n");
+    if (run.state.scanCount < 1) return;
+    PairState& pair = run.pair;
+    for (const ScanRecord& scan : run.state.scans) {
+        pair.firstPath = exportedFileName(scan.fileName);
+        pair.firstCloud.clear();
+        readBinaryPoints(scan.fileName, pair.firstCloud);
+        if (!pair.firstCloud.empty()) {
+            const ScanMatrix matrix = buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,
+                                                      scan.gpsX, scan.gpsY, scan.gpsZ);
+            applyMatrix(pair.firstCloud, matrix);
+        }
+        writeExportedCloud(pair.firstPath, pair.firstCloud);
+    }
+}
 
 }  // namespace sorvek

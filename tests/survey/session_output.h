@@ -22,4 +22,11 @@ inline constexpr const char* closingLines =
     "100 percent complete \n"
     "Press ENTER to close the program  \n";
 
+// Everything after the confirmation: the stages' own lines and the closing.
+inline std::string afterConfirmation(const std::string& out) {
+    const std::size_t at = out.find(confirmationLines);
+    return at == std::string::npos ? "(no confirmation in the output)"
+                                   : out.substr(at + std::string(confirmationLines).size());
+}
+
 }  // namespace sorvek::testing

@@ -1,14 +1,160 @@
 #include "registration/ping_pong.h"
 
-namespace sorvek {
+#include <cmath>
+#include <cstdio>
 
-double solvePingPong(Run& run, double& firstRotation, double& secondRotation, std::int32_t& pointCount, std::int32_t& iterationCount) {
-    (void)run;
-    (void)firstRotation;
-    (void)secondRotation;
-    (void)pointCount;
-    (void)iterationCount;
-    return 999.0;
+#include "points/cube_grid.h"
+#include "points/cube_sort.h"
+#include "points/transforms.h"
+#include "registration/solver_console.h"
+#include "registration/solver_pair.h"
+#include "registration/solver_schedule.h"
+
+namespace sorvek {
+namespace {
+
+// Rotations of both scans, radians, relative to the loaded clouds.
+struct RotationTotals {
+    double first = 0.0;
+    double second = 0.0;
+};
+
+// Where the alternation stands; it carries across cycles.
+struct PingPongProgress {
+    RotationTotals totals;
+    double lastRms = 0.0;              // RMS of the latest estimate of the first scan
+    std::int32_t iterationCount = 0;   // passes over all cycles
+};
+
+// A pass count past 2^31 - 1 is not a real run, but it wraps instead of overflowing.
+std::int32_t countOneMore(std::int32_t count) {
+    return static_cast<std::int32_t>(static_cast<std::int64_t>(count) + 1);
+}
+
+// Each cycle starts from the loaded clouds turned by the totals, so that every total,
+// a stored start value included, is applied exactly once.
+void makeCycleClouds(Run& run, const RotationTotals& totals) {
+    PairState& pair = run.pair;
+    const ScanRecord& firstScan = firstScanOf(run);
+    const ScanRecord& secondScan = secondScanOf(run);
+    rotatedCopy(pair.firstCloud, totals.first, firstScan.gpsX, firstScan.gpsY, pair.firstWork);
+    rotatedCopy(pair.secondCloud, totals.second, secondScan.gpsX, secondScan.gpsY,
+                pair.secondWork);
+    assignCubes(run, pair.firstWork, pair.overlapBounds, run.options.ZMIN);
+    assignCubes(run, pair.secondWork, pair.overlapBounds, run.options.ZMIN);
+    sortByCube(pair.firstWork, pair.buffers.sortScratch);
+    sortByCube(pair.secondWork, pair.buffers.sortScratch);
+}
+
+// Up to MAXITER passes of one cycle. The clouds are only turned in place between passes:
+// their cubes and order stay those of the start of the cycle.
+void runPasses(Run& run, const PairMeasures& measures, const PingPongThresholds& limits,
+               PingPongProgress& progress, std::int32_t& pointCount) {
+    PairState& pair = run.pair;
+    const ScanRecord& firstScan = firstScanOf(run);
+    const ScanRecord& secondScan = secondScanOf(run);
+    const RunOptions& options = run.options;
+    const auto minDist = static_cast<double>(limits.minDist);
+    for (std::int32_t pass = 0; pass < options.MAXITER; ++pass) {
+        double secondStep = 0.0;  // an estimate with too few pairs leaves its angle unwritten
+        double firstStep = 0.0;
+        measures.estimate(run, pair.firstWork, pair.secondWork, limits.maxDist, minDist,
+                          pointCount, secondStep, secondScan.gpsX, secondScan.gpsY, options.ZMIN);
+        progress.totals.second += secondStep;
+        rotateCloud(pair.secondWork, secondStep, secondScan.gpsX, secondScan.gpsY);
+        progress.lastRms =
+            measures.estimate(run, pair.secondWork, pair.firstWork, limits.maxDist, minDist,
+                              pointCount, firstStep, firstScan.gpsX, firstScan.gpsY, options.ZMIN);
+        progress.totals.first += firstStep;
+        rotateCloud(pair.firstWork, firstStep, firstScan.gpsX, firstScan.gpsY);
+
+        run.state.percentDone = wholePercentOfPairs(run.state.pairsDone, run.state.progressScans);
+        std::printf("%0.1f Complete, RMSmin = %lf, %i pts, Dist %f to %f \r",
+                    run.state.percentDone, progress.lastRms, pointCount, minDist, limits.maxDist);
+        const bool isLastPass = options.ALPHATHRESH > std::fabs(secondStep) &&
+                                options.ALPHATHRESH > std::fabs(firstStep);
+        progress.iterationCount = countOneMore(progress.iterationCount);
+        if (isLastPass) break;
+    }
+}
+
+// The cycles end once the totals have settled at the final thresholds, or once the RMS
+// is good enough. The threshold comparisons are exact on purpose: a 32-bit minDist can
+// only equal a MINDISTFINAL that is itself a 32-bit value.
+bool cyclesAreDone(const RunOptions& options, const PingPongThresholds& limits,
+                   const PingPongProgress& progress, const RotationTotals& previous) {
+    const bool isSettledAtFinal =
+        options.ALPHATHRESH > std::fabs(progress.totals.first - previous.first) &&
+        options.ALPHATHRESH > std::fabs(progress.totals.second - previous.second) &&
+        static_cast<double>(limits.minDist) == options.MINDISTFINAL &&
+        limits.maxDist == options.MAXDISTFINAL;
+    const bool isRmsReached = options.RMSTHRESH > progress.lastRms;
+    return isSettledAtFinal || isRmsReached;
+}
+
+void reportResult(const Run& run, const ScanRecord& firstScan, const ScanRecord& secondScan,
+                  const PingPongProgress& progress, double firstRotation, double secondRotation,
+                  std::int32_t pointCount) {
+    if (static_cast<double>(run.pair.initialRms) > progress.lastRms) {
+        std::printf(
+            "RMSfinal:  %lf  rotations of Scan %i = %lf && Scan %i = %lf from %i pts in %i "
+            "iterations\n",
+            progress.lastRms, firstScan.scanId, firstRotation, secondScan.scanId, secondRotation,
+            pointCount, progress.iterationCount);
+    } else {
+        printNoRotationNeeded(run.pair.initialRms);
+    }
+    std::printf("\n");
+}
+
+}  // namespace
+
+double solvePingPong(Run& run, double& firstRotation, double& secondRotation,
+                     std::int32_t& pointCount, std::int32_t& iterationCount) {
+    return solvePingPongWith(run, standardPairMeasures(), firstRotation, secondRotation,
+                             pointCount, iterationCount);
+}
+
+double solvePingPongWith(Run& run, const PairMeasures& measures, double& firstRotation,
+                         double& secondRotation, std::int32_t& pointCount,
+                         std::int32_t& iterationCount) {
+    iterationCount = 0;
+    if (!pairIsPrepared(run)) {
+        firstRotation = 0.0;
+        secondRotation = 0.0;
+        return 999.0;
+    }
+    PairState& pair = run.pair;
+    ScanRecord& firstScan = firstScanOf(run);
+    ScanRecord& secondScan = secondScanOf(run);
+    PingPongProgress progress;
+    progress.lastRms = static_cast<double>(pair.initialRms);
+    RotationTotals previous;  // 0.0 before the first cycle, whatever the start values
+    std::printf("Registering Scans\n");
+    progress.totals.first = storedRotation(firstScan);
+    progress.totals.second = storedRotation(secondScan);
+    // One box for the whole call: the turns of the passes never widen or move it.
+    pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
+
+    for (std::int32_t cycle = 0; cycle < run.options.MAXREPEAT; ++cycle) {
+        const PingPongThresholds limits = pingPongThresholds(run.options, cycle);
+        makeCycleClouds(run, progress.totals);
+        runPasses(run, measures, limits, progress, pointCount);
+        const bool isDone = cyclesAreDone(run.options, limits, progress, previous);
+        previous = progress.totals;
+        if (isDone) break;
+    }
+
+    firstRotation = radToDeg * progress.totals.first;
+    secondRotation = radToDeg * progress.totals.second;
+    // Stored whatever the outcome: later pairs of this run start from these.
+    firstScan.southRotation = progress.totals.first;
+    secondScan.northRotation = progress.totals.second;
+    iterationCount = progress.iterationCount;
+    reportResult(run, firstScan, secondScan, progress, firstRotation, secondRotation, pointCount);
+    pair.firstWork.clear();  // empty between pairs; the capacity serves the next pair
+    pair.secondWork.clear();
+    return progress.lastRms;
 }
 
 }  // namespace sorvek

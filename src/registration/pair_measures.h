@@ -1,0 +1,33 @@
+#pragma once
+// The two measuring passes the solvers call, held as values so that a test can count or
+// script them. standardPairMeasures() gives the real ones.
+
+#include <cstdint>
+#include <functional>
+#include <span>
+
+#include "run/records.h"
+
+namespace sorvek {
+
+// Same arguments and contract as measurePairRms.
+using PairRmsCall = std::function<double(Run& run, std::span<const PointRecord> subject,
+                                         std::span<const PointRecord> reference,
+                                         double maxDistance, std::int32_t& acceptedCount,
+                                         double zMin)>;
+
+// Same arguments and contract as estimateRotation.
+using RotationEstimateCall = std::function<double(
+    Run& run, std::span<const PointRecord> subject, std::span<const PointRecord> reference,
+    double maxDistance, double minDistance, std::int32_t& acceptedCount, double& rotationOut,
+    double pivotX, double pivotY, double zMin)>;
+
+struct PairMeasures {
+    PairRmsCall measure;            // RMS of subject against reference
+    RotationEstimateCall estimate;  // RMS and the closed-form turn of reference
+};
+
+// measurePairRms and estimateRotation.
+PairMeasures standardPairMeasures();
+
+}  // namespace sorvek

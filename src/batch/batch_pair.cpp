@@ -63,8 +63,10 @@ double weightedRms(double rms12, std::int32_t np12, double rms21, std::int32_t n
 
 RmsRow evaluatePreparedPair(Run& run, double spacing) {
     PairState& pair = run.pair;
-    const std::span<const PointRecord> first = countedPoints(pair.firstCloud, pair.firstBounds.count);
-    const std::span<const PointRecord> second = countedPoints(pair.secondCloud, pair.secondBounds.count);
+    const std::span<const PointRecord> first =
+        countedPoints(pair.firstCloud, pair.firstBounds.count);
+    const std::span<const PointRecord> second =
+        countedPoints(pair.secondCloud, pair.secondBounds.count);
     const double maxDistance = run.options.MAXDISTFINAL;
     const double zMin = run.options.ZMIN;
     RmsRow row;

@@ -12,27 +12,27 @@ namespace sorvek {
 
 // One solved pair, as the registration result file shows it.
 struct RegistrationRow {
-    std::int32_t firstId = 0;          // scanId of the first scan
-    std::int32_t secondId = 0;         // scanId of the second scan
-    double firstRotationDeg = 0.0;     // the solver's rotation of the first scan, degrees
-    double secondRotationDeg = 0.0;    // the solver's rotation of the second scan, degrees
-    double solverRms = 0.0;            // the RMS the solver returned
-    float initialRms = noInitialRms;   // what the solver had to beat
-    std::int32_t pointCount = 0;       // the solver's point count, or the last one written
-    std::int32_t iterationCount = 0;   // Ping Pong's inner passes; 0 with the other solvers
+    std::int32_t firstId = 0;         // scanId of the first scan
+    std::int32_t secondId = 0;        // scanId of the second scan
+    double firstRotationDeg = 0.0;    // the solver's rotation of the first scan, degrees
+    double secondRotationDeg = 0.0;   // the solver's rotation of the second scan, degrees
+    double solverRms = 0.0;           // the RMS the solver returned
+    float initialRms = noInitialRms;  // what the solver had to beat
+    std::int32_t pointCount = 0;      // the solver's point count, or the last one written
+    std::int32_t iterationCount = 0;  // Ping Pong's inner passes; 0 with the other solvers
 };
 
 // One evaluated pair, as the RMS result file shows it.
 struct RmsRow {
-    std::int32_t firstId = 0;     // scanId of the first scan
-    std::int32_t secondId = 0;    // scanId of the second scan
-    double rms12 = 0.0;           // first cloud measured against the second
-    std::int32_t np12 = 0;        // its accepted samples
-    double rms21 = 0.0;           // second cloud measured against the first
-    std::int32_t np21 = 0;        // its accepted samples
-    double rmswave = 0.0;         // the two RMS weighted by their counts
-    double spacing = 0.0;         // southDist (line) or plan distance of the pair (site)
-    double range = 0.0;           // meanCliffDistance of the pair
+    std::int32_t firstId = 0;   // scanId of the first scan
+    std::int32_t secondId = 0;  // scanId of the second scan
+    double rms12 = 0.0;         // first cloud measured against the second
+    std::int32_t np12 = 0;      // its accepted samples
+    double rms21 = 0.0;         // second cloud measured against the first
+    std::int32_t np21 = 0;      // its accepted samples
+    double rmswave = 0.0;       // the two RMS weighted by their counts
+    double spacing = 0.0;       // southDist (line) or plan distance of the pair (site)
+    double range = 0.0;         // meanCliffDistance of the pair
 };
 
 // Which head line a result file starts with.

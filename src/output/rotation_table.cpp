@@ -15,9 +15,7 @@ constexpr std::int64_t largestEntryCount = std::numeric_limits<std::int32_t>::ma
 
 // The head line and the rest of a row are discarded up to their line end whatever their
 // length, so that loading walks the same physical lines that counting counted.
-void skipLine(std::istream& in) {
-    in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-}
+void skipLine(std::istream& in) { in.ignore(std::numeric_limits<std::streamsize>::max(), '\n'); }
 
 // A field is committed only when it converts: a failed field keeps its zero, and the
 // stream, once failed, stays failed for every later field and row.
@@ -72,7 +70,8 @@ std::int32_t countRotationLines(std::istream& in) {
     }
     if (lineIsOpen) ++lineCount;
     const std::int64_t entryCount = lineCount * 2;
-    return static_cast<std::int32_t>(entryCount > largestEntryCount ? largestEntryCount : entryCount);
+    return static_cast<std::int32_t>(entryCount > largestEntryCount ? largestEntryCount
+                                                                    : entryCount);
 }
 
 std::vector<RotationEntry> readRotationRows(std::istream& in, std::int32_t entryCount) {

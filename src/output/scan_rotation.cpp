@@ -36,9 +36,9 @@ struct ScanTurn {
 
 // The stage's output for the scan in hand.
 struct ScanOutput {
-    std::FILE* rotFile = nullptr;     // the rotation result file
-    std::FILE* pointFile = nullptr;   // the rotated point file
-    std::int32_t pointsWritten = 0;   // NumpointsED
+    std::FILE* rotFile = nullptr;    // the rotation result file
+    std::FILE* pointFile = nullptr;  // the rotated point file
+    std::int32_t pointsWritten = 0;  // NumpointsED
 };
 
 bool isCommentLine(std::string_view line) {
@@ -73,14 +73,19 @@ bool extract(std::istream& in, Number& field) {
     return true;
 }
 
+// Counts stop at the largest 32-bit number rather than wrap.
+void countOneMore(std::int32_t& count) {
+    if (count < std::numeric_limits<std::int32_t>::max()) ++count;
+}
+
 std::int32_t countAsInt32(std::size_t count) {
     constexpr std::size_t greatest = std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(count > greatest ? greatest : count);
 }
 
 // The turn about the scanner's vertical axis, from the offsets of a point to it.
-void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, double dy,
-                      double& x, double& y) {
+void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, double dy, double& x,
+                      double& y) {
     x = ((dx * turn.cosTheta) - (dy * turn.sinTheta)) + scan.gpsX;
     y = ((dy * turn.cosTheta) + (dx * turn.sinTheta)) + scan.gpsY;
 }
@@ -131,11 +136,7 @@ LineCounts countTextLines(const std::string& path) {
     }
     std::string piece;
     while (readLinePiece(in.get(), piece)) {
-        if (isCommentLine(piece)) {
-            if (counts.commentLines < std::numeric_limits<std::int32_t>::max()) ++counts.commentLines;
-        } else if (counts.dataLines < std::numeric_limits<std::int32_t>::max()) {
-            ++counts.dataLines;
-        }
+        countOneMore(isCommentLine(piece) ? counts.commentLines : counts.dataLines);
     }
     return counts;
 }
@@ -216,8 +217,8 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
     ScanMatrix matrix;
     const bool isTransformed = run.options.SCANTRANSFORM == 0;
     if (isTransformed) {
-        matrix = buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY,
-                                 scan.gpsZ);
+        matrix =
+            buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY, scan.gpsZ);
         applyMatrix(cloud, matrix);
     }
     const bool isFiltered = run.options.APPLYFILTER != 0;

@@ -14,14 +14,14 @@ void rotateScans(Run& run);
 // One line of a text point file as the rotation stage reads it: up to seven values by
 // formatted extraction (decimal integers). Carried values that are missing are 0.
 struct TextPointLine {
-    bool hasPoint = false;        // x, y and z all converted
+    bool hasPoint = false;  // x, y and z all converted
     double x = 0.0;
     double y = 0.0;
     double z = 0.0;
-    std::int32_t carried1 = 0;    // first carried value, passed through
-    std::int32_t carried2 = 0;    // second carried value
-    std::int32_t carried3 = 0;    // third carried value
-    float carried4 = 0.0F;        // fourth carried value, written cut to a whole number
+    std::int32_t carried1 = 0;  // first carried value, passed through
+    std::int32_t carried2 = 0;  // second carried value
+    std::int32_t carried3 = 0;  // third carried value
+    float carried4 = 0.0F;      // fourth carried value, written cut to a whole number
 };
 
 TextPointLine parseTextPointLine(std::string_view line);

@@ -51,7 +51,12 @@ TEST(ResultRows, HeadLinesNameTheColumnsOfEachFile) {
 }
 
 TEST(ResultRows, RotationRowOnlyWhenTheSolverBeatsTheInitialRms) {
-    struct Case { const char* label; double solverRms; float initialRms; const char* row; };
+    struct Case {
+        const char* label;
+        double solverRms;
+        float initialRms;
+        const char* row;
+    };
     const Case cases[] = {
         {"improved", 0.021, 0.05F, "12,0.731200,13,-0.402100,0.021000,1834,7\n"},
         {"equal is no improvement", 0.25, 0.25F, "12,0.000000,13,0.000000,0.250000,1834,7\n"},
@@ -67,7 +72,8 @@ TEST(ResultRows, RotationRowOnlyWhenTheSolverBeatsTheInitialRms) {
         const std::string text = resultFileText(ResultFileKind::registration, [&](std::FILE* file) {
             writeRegistrationRow(file, solvedRow(c.solverRms, c.initialRms));
         });
-        EXPECT_EQ(text, std::string("scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n") + c.row);
+        EXPECT_EQ(text,
+                  std::string("scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n") + c.row);
     }
 }
 
@@ -82,10 +88,11 @@ TEST(ResultRows, RmsRowCarriesNineFields) {
     row.rmswave = 0.0127;
     row.spacing = 15.25;
     row.range = 7.5;
-    const std::string text = resultFileText(ResultFileKind::lineRms,
-                                            [&](std::FILE* file) { writeRmsRow(file, row); });
-    EXPECT_EQ(text, "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n"
-                    "3,2,0.012000,1500,0.013500,1400,0.012700,15.250000,7.500000\n");
+    const std::string text =
+        resultFileText(ResultFileKind::lineRms, [&](std::FILE* file) { writeRmsRow(file, row); });
+    EXPECT_EQ(text,
+              "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n"
+              "3,2,0.012000,1500,0.013500,1400,0.012700,15.250000,7.500000\n");
 }
 
 TEST(WeightedRms, WeighsEachDirectionByItsCount) {

@@ -27,7 +27,11 @@ void expectEntry(const RotationEntry& entry, std::int32_t scanId, double rotatio
 }
 
 TEST(RotationTable, CountsTwoEntriesPerLineAfterTheHeadLine) {
-    struct Case { const char* label; std::string text; std::int32_t entries; };
+    struct Case {
+        const char* label;
+        std::string text;
+        std::int32_t entries;
+    };
     const std::string row = "3,0.5,4,-0.25,0.01,1500,0\n";
     const Case cases[] = {
         {"empty file", "", 0},

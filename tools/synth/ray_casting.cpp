@@ -41,20 +41,6 @@ void addToBins(SolidsByAzimuth& solids, std::int32_t solidIndex, double distance
 
 }  // namespace
 
-Rotation composeRotation(double rotXRad, double rotYRad, double rotZRad) {
-    const double cx = std::cos(rotXRad);
-    const double sx = std::sin(rotXRad);
-    const double cy = std::cos(rotYRad);
-    const double sy = std::sin(rotYRad);
-    const double cz = std::cos(rotZRad);
-    const double sz = std::sin(rotZRad);
-    Rotation r{};
-    r[0] = {cz * cy, (sy * sx * cz) - (sz * cx), (sy * cx * cz) + (sz * sx)};
-    r[1] = {sz * cy, (sy * sx * sz) + (cz * cx), (sy * cx * sz) - (sx * cz)};
-    r[2] = {-sy, sx * cy, cy * cx};
-    return r;
-}
-
 SolidsByAzimuth binSolids(const Scene& scene, double originX, double originY, double rangeLimit) {
     SolidsByAzimuth solids;
     solids.bins.resize(binCount);

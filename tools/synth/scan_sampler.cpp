@@ -7,6 +7,7 @@
 #include <cmath>
 #include <optional>
 
+#include "points/transforms.h"
 #include "synth/random.h"
 #include "synth/scan_plan.h"
 
@@ -29,7 +30,7 @@ std::optional<std::int64_t> gridCount(double value) {
 
 struct Scanner {
     Ray origin;          // position in the survey frame; the direction is set per ray
-    Rotation rotation;   // scanner frame to survey frame, with the true heading
+    ScanMatrix rotation; // scanner frame to survey frame, true heading; translation unused
 };
 
 struct Grid {
@@ -69,7 +70,7 @@ void castOne(const Scene& scene, const SolidsByAzimuth& solids, const Scanner& s
              const SurveySpec& spec, const double (&scanDir)[3], HitSink& sink, Rng& rng,
              std::vector<double>& distances) {
     Ray ray = scanner.origin;
-    const Rotation& r = scanner.rotation;
+    const auto& r = scanner.rotation.m;
     ray.dirX = ((r[0][0] * scanDir[0]) + (r[0][1] * scanDir[1])) + (r[0][2] * scanDir[2]);
     ray.dirY = ((r[1][0] * scanDir[0]) + (r[1][1] * scanDir[1])) + (r[1][2] * scanDir[2]);
     ray.dirZ = ((r[2][0] * scanDir[0]) + (r[2][1] * scanDir[1])) + (r[2][2] * scanDir[2]);
@@ -147,8 +148,9 @@ Cloud sampleScan(const SceneHandle& handle, const ScanPose& pose, const SurveySp
     scanner.origin.originX = pose.x - translationX(spec);
     scanner.origin.originY = pose.y - translationY(spec);
     scanner.origin.originZ = pose.z;
-    scanner.rotation = composeRotation(pose.rotXDeg * degToRad, pose.rotYDeg * degToRad,
-                                       pose.trueHeadingDeg * degToRad);
+    // The program's own matrix, so that its scan transform undoes the sampling exactly.
+    scanner.rotation = composeScanMatrix(pose.rotXDeg * degToRad, pose.rotYDeg * degToRad,
+                                         pose.trueHeadingDeg * degToRad, 1.0, 0.0, 0.0, 0.0);
     const SolidsByAzimuth solids =
         binSolids(scene, scanner.origin.originX, scanner.origin.originY, spec.rangeLimit);
     const std::uint64_t stream = scanStreamBase + mixBits(static_cast<std::uint64_t>(pose.scanId) * 65537ULL +

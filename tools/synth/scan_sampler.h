@@ -1,7 +1,6 @@
 #pragma once
 // Casting the rays of one set-up: the scanner's view of the scene, sorted for speed.
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -10,10 +9,6 @@
 #include "synth/synth.h"
 
 namespace sorvek::synth {
-
-// Rz * Ry * Rx, the rotation of the program's scan transform, rows first.
-using Rotation = std::array<std::array<double, 3>, 3>;
-Rotation composeRotation(double rotXRad, double rotYRad, double rotZRad);
 
 // Plan azimuth bins of the solids a set-up can reach, each bin nearest first, so that a
 // ray tests only what lies in its direction and stops once nothing nearer can follow.

@@ -1,19 +1,15 @@
 #include "synth/survey_writer.h"
 
 #include <algorithm>
+#include <cstring>
 #include <system_error>
 
 #include "synth/command_line.h"
+#include "survey/database_reader.h"
 #include "synth/scan_plan.h"
 
 namespace sorvek::synth {
 namespace {
-
-const char* paddingOf(std::int32_t id) {
-    if (id < 10) return "00";
-    if (id < 100) return "0";
-    return "";
-}
 
 // Closes the file and reports whether every write on it went through.
 bool finish(FileHandle& file) {
@@ -29,8 +25,9 @@ double gpsMaxDistance(const SurveySpec& spec) {
 
 std::string scanFileName(const std::string& stem, std::int32_t scanId, std::int32_t subId,
                          const std::string& name, const char* extension) {
-    return stem + "_" + paddingOf(scanId) + std::to_string(scanId) + "_" + paddingOf(subId) +
-           std::to_string(subId) + "_" + name + extension;
+    std::string fileName = composeScanFileName(stem, 1, scanId, subId, name);
+    fileName.resize(fileName.size() - std::strlen(".bxyz"));
+    return fileName + extension;
 }
 
 bool writeDatabase(const std::filesystem::path& path, const std::vector<ScanPose>& poses) {

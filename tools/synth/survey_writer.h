@@ -11,8 +11,8 @@
 
 namespace sorvek::synth {
 
-// stem_<pad>scanId_<pad>subId_name + extension, padded as the program pads at ZEROPAD 1:
-// "00" below 10 (negative ids too), "0" below 100.
+// The name the program composes at ZEROPAD 1 (stem_<pad>scanId_<pad>subId_name.bxyz),
+// with `extension` in place of ".bxyz".
 std::string scanFileName(const std::string& stem, std::int32_t scanId, std::int32_t subId,
                          const std::string& name, const char* extension);
 

@@ -1,0 +1,236 @@
+// Per-stage timings of the pair engine on realistic synthetic pairs: two neighbouring
+// scans of a generated street, 100k, 1M and 3M points per cloud. Each stage reports its
+// time per call and the points it handles per second.
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "points/binary_reader.h"
+#include "points/cube_grid.h"
+#include "points/cube_sort.h"
+#include "points/transforms.h"
+#include "registration/pair_measure.h"
+#include "registration/rotation_estimator.h"
+#include "synth/synth.h"
+
+namespace {
+
+using namespace sorvek;
+
+// One pair in every state the stages start from, built once before timing.
+struct BenchPair {
+    std::int64_t pointsPerCloud = 0;   // points in each cloud
+    Run run;                           // default options: 1 m cubes, NUMPPC 10
+    ScanMatrix firstMatrix;            // scanner frame to survey frame, database heading
+    ScanMatrix secondMatrix;
+    double pivotX = 0.0;               // the first scanner's position, for the estimator
+    double pivotY = 0.0;
+    Cloud firstRaw;                    // scanner frame, scan order
+    Cloud first;                       // survey frame, scan order
+    Cloud second;
+    CloudBounds overlap;               // the box both clouds share
+    Cloud firstSorted;                 // assigned and sorted on the pair's grid
+    Cloud secondSorted;
+    std::filesystem::path bxyzPath;    // the first cloud as a .bxyz file
+};
+
+ScanMatrix databaseMatrix(const synth::ScanPose& pose) {
+    return composeScanMatrix(pose.rotXDeg * degToRad, pose.rotYDeg * degToRad,
+                             (pose.trueHeadingDeg + pose.headingErrorDeg) * degToRad, 1.0, pose.x,
+                             pose.y, pose.z);
+}
+
+void writeBxyz(const std::filesystem::path& path, const Cloud& cloud) {
+    FileHandle file = openFile(path.string(), "wb");
+    if (file) std::fwrite(cloud.data(), sizeof(PointRecord), cloud.size(), file.get());
+}
+
+std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
+    auto pair = std::make_unique<BenchPair>();
+    pair->pointsPerCloud = pointsPerCloud;
+    synth::SurveySpec spec;
+    spec.scans = 2;
+    spec.points = pointsPerCloud;
+    spec.seed = 7;
+    const std::vector<synth::ScanPose> poses = synth::planScans(spec);
+    const synth::SceneHandle scene = synth::makeScene(spec, poses);
+    pair->firstMatrix = databaseMatrix(poses[0]);
+    pair->secondMatrix = databaseMatrix(poses[1]);
+    pair->pivotX = poses[0].x;
+    pair->pivotY = poses[0].y;
+    pair->firstRaw = synth::sampleScan(scene, poses[0], spec);
+    pair->first = pair->firstRaw;
+    pair->second = synth::sampleScan(scene, poses[1], spec);
+    applyMatrix(pair->first, pair->firstMatrix);
+    applyMatrix(pair->second, pair->secondMatrix);
+    pair->overlap = overlapOf(computeBounds(pair->first), computeBounds(pair->second));
+    pair->firstSorted = pair->first;
+    pair->secondSorted = pair->second;
+    const double zMin = pair->run.options.ZMIN;
+    assignCubes(pair->run, pair->firstSorted, pair->overlap, zMin);
+    assignCubes(pair->run, pair->secondSorted, pair->overlap, zMin);
+    sortByCube(pair->firstSorted, pair->run.pair.buffers.sortScratch);
+    sortByCube(pair->secondSorted, pair->run.pair.buffers.sortScratch);
+    pair->bxyzPath = std::filesystem::temp_directory_path() /
+                     ("sorvek-bench-" + std::to_string(pointsPerCloud) + ".bxyz");
+    writeBxyz(pair->bxyzPath, pair->firstRaw);
+    return pair;
+}
+
+void countPoints(benchmark::State& state, std::size_t pointsPerCall) {
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pointsPerCall));
+}
+
+// The reader talks on both streams at every call; the timing loop sends that to /dev/null.
+struct SilencedOutput {
+    int savedOut = -1;
+    int savedErr = -1;
+};
+
+SilencedOutput silence() {
+    std::fflush(stdout);
+    SilencedOutput saved{dup(1), dup(2)};
+    const int devNull = open("/dev/null", O_WRONLY);
+    dup2(devNull, 1);
+    dup2(devNull, 2);
+    close(devNull);
+    return saved;
+}
+
+void restore(const SilencedOutput& saved) {
+    std::fflush(stdout);
+    dup2(saved.savedOut, 1);
+    dup2(saved.savedErr, 2);
+    close(saved.savedOut);
+    close(saved.savedErr);
+}
+
+void benchRead(benchmark::State& state, BenchPair& pair) {
+    Cloud cloud;
+    const SilencedOutput saved = silence();
+    readBinaryPoints(pair.bxyzPath.string(), cloud);  // the cloud's pages, touched once
+    for (auto _ : state) {
+        readBinaryPoints(pair.bxyzPath.string(), cloud);
+        benchmark::DoNotOptimize(cloud.data());
+    }
+    restore(saved);
+    countPoints(state, cloud.size());
+}
+
+void benchTransform(benchmark::State& state, BenchPair& pair) {
+    Cloud cloud = pair.firstRaw;
+    for (auto _ : state) {
+        // Turning the same cloud again and again only moves it further; the cost is alike.
+        applyMatrix(cloud, pair.firstMatrix);
+        benchmark::DoNotOptimize(cloud.data());
+    }
+    countPoints(state, cloud.size());
+}
+
+void benchRotatedCopy(benchmark::State& state, BenchPair& pair) {
+    Cloud copy;
+    rotatedCopy(pair.firstSorted, 0.001, pair.pivotX, pair.pivotY, copy);  // warm, as in a solver
+    for (auto _ : state) {
+        rotatedCopy(pair.firstSorted, 0.001, pair.pivotX, pair.pivotY, copy);
+        benchmark::DoNotOptimize(copy.data());
+    }
+    countPoints(state, copy.size());
+}
+
+void benchBounds(benchmark::State& state, BenchPair& pair) {
+    for (auto _ : state) benchmark::DoNotOptimize(computeBounds(pair.first));
+    countPoints(state, pair.first.size());
+}
+
+void benchAssign(benchmark::State& state, BenchPair& pair) {
+    Cloud cloud = pair.first;
+    for (auto _ : state) {
+        assignCubes(pair.run, cloud, pair.overlap, pair.run.options.ZMIN);
+        benchmark::DoNotOptimize(cloud.data());
+    }
+    countPoints(state, cloud.size());
+}
+
+// Sorting starts from scan order every time, as it does after loading a scan.
+void benchSort(benchmark::State& state, BenchPair& pair, bool alsoAssign) {
+    Cloud assigned = pair.first;
+    assignCubes(pair.run, assigned, pair.overlap, pair.run.options.ZMIN);
+    Cloud cloud = assigned;
+    Cloud& scratch = pair.run.pair.buffers.sortScratch;
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::copy(assigned.begin(), assigned.end(), cloud.begin());
+        state.ResumeTiming();
+        if (alsoAssign) assignCubes(pair.run, cloud, pair.overlap, pair.run.options.ZMIN);
+        sortByCube(cloud, scratch);
+        benchmark::DoNotOptimize(cloud.data());
+    }
+    countPoints(state, cloud.size());
+}
+
+void benchMeasure(benchmark::State& state, BenchPair& pair) {
+    std::int32_t accepted = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(measurePairRms(pair.run, pair.secondSorted, pair.firstSorted,
+                                                pair.run.options.MAXDISTINITIAL, accepted,
+                                                pair.run.options.ZMIN));
+    }
+    countPoints(state, pair.secondSorted.size());
+    state.counters["accepted"] = accepted;
+}
+
+void benchEstimate(benchmark::State& state, BenchPair& pair) {
+    std::int32_t accepted = 0;
+    double rotation = 0.0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(estimateRotation(pair.run, pair.secondSorted, pair.firstSorted,
+                                                  pair.run.options.MAXDISTINITIAL, 0.0, accepted,
+                                                  rotation, pair.pivotX, pair.pivotY,
+                                                  pair.run.options.ZMIN));
+    }
+    countPoints(state, pair.secondSorted.size());
+    state.counters["accepted"] = accepted;
+}
+
+void registerStages(BenchPair& pair) {
+    const std::string size = "/" + std::to_string(pair.pointsPerCloud);
+    const auto add = [&](const std::string& stage, auto function) {
+        benchmark::RegisterBenchmark((stage + size).c_str(), function, std::ref(pair))
+            ->Unit(benchmark::kMillisecond)
+            ->MinTime(0.3);
+    };
+    add("read", benchRead);
+    add("transform", benchTransform);
+    add("rotatedCopy", benchRotatedCopy);
+    add("bounds", benchBounds);
+    add("assign", benchAssign);
+    add("sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, false); });
+    add("assign+sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, true); });
+    add("measure", benchMeasure);
+    add("estimate", benchEstimate);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    std::vector<std::unique_ptr<BenchPair>> pairs;
+    for (const std::int64_t points : {100000, 1000000, 3000000}) {
+        std::fprintf(stderr, "generating a street pair of %lld points per cloud\n",
+                     static_cast<long long>(points));
+        pairs.push_back(makePair(points));
+        registerStages(*pairs.back());
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    for (const auto& pair : pairs) std::filesystem::remove(pair->bxyzPath);
+    return 0;
+}

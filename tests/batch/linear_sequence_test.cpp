@@ -1,0 +1,229 @@
+// Runs of the program in modes 1 and 3 on small synthetic lines: which pairs are solved
+// in which order, the rows of both result files, the log of a pair that cannot be read,
+// and registrations that undo known heading errors.
+#include "batch/linear_sequence.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+
+#include "batch/survey_job.h"
+
+namespace sorvek {
+namespace {
+
+using testing::SurveyJob;
+
+// Few points and short solver schedules: these runs are about order, not accuracy.
+const char* const quickSolvers = "MAXITER 2\nMAXREPEAT 2\n";
+
+TEST(LinearRegistration, PairOrderFollowsTheStoresOfEachSolver) {
+    struct Case {
+        const char* direction;
+        const char* solver;
+        std::vector<std::string> pairs;
+    };
+    const std::vector<std::string> alongTheTable = {"1,2", "2,3", "3,4", "4,5", "5,6"};
+    const std::vector<std::string> pingPongNorth = {"1,2", "3,2", "3,4", "5,4", "5,6"};
+    const Case cases[] = {
+        {"north", "REGSOL 0\n", alongTheTable},
+        {"north", "REGSOL 1\nMAXITER 1\nMAXREPEAT 1\n", alongTheTable},
+        {"north", "REGSOL 2\n", pingPongNorth},
+        {"east", "REGSOL 2\n", pingPongNorth},  // east is north when DATADIR is 1
+        {"south", "REGSOL 0\n", alongTheTable},
+        {"south", "REGSOL 2\n", alongTheTable},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.direction) + " " + c.solver);
+        const SurveyJob job =
+            testing::makeSurveyJob("order", testing::smallSpec("line", c.direction, 6, 6000));
+        const testing::SessionResult result =
+            testing::runMode(job, 1, std::string(quickSolvers) + c.solver);
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"), c.pairs);
+        std::filesystem::remove_all(job.dir);
+    }
+}
+
+// The rms column against the initial RMS that pair preparation printed for the same pair.
+TEST(LinearRegistration, RowFormFollowsTheComparisonWithTheInitialRms) {
+    const SurveyJob job =
+        testing::makeSurveyJob("forms", testing::smallSpec("line", "north", 4, 8000));
+    for (const char* solver : {"REGSOL 0\n", "REGSOL 0\nMAXITER 0\n"}) {
+        SCOPED_TRACE(solver);
+        const testing::SessionResult result = testing::runMode(job, 1, solver);
+        const auto rows = testing::readRows(job.dir / "jobreg.csv");
+        const auto initial = testing::linesStartingWith(result.out, "Initial rms = ");
+        ASSERT_EQ(rows.size(), 3U);
+        ASSERT_EQ(initial.size(), rows.size());
+        for (std::size_t k = 0; k < rows.size(); ++k) {
+            SCOPED_TRACE(k);
+            ASSERT_EQ(rows[k].size(), 7U);
+            const std::string initialRms = initial[k].substr(0, initial[k].find(' '));
+            const bool isRotationRow = rows[k][1] != "0.000000" || rows[k][3] != "0.000000";
+            if (isRotationRow) {
+                EXPECT_LT(testing::number(rows[k][4]), testing::number(initialRms));
+            } else {
+                EXPECT_EQ(rows[k][4], initialRms);
+            }
+            EXPECT_EQ(rows[k][6], "0");  // only Ping Pong counts iterations
+        }
+        if (std::string(solver).find("MAXITER 0") != std::string::npos) {
+            // No estimate ran, so no solver wrote a point count: it stays at its start, 0.
+            for (const auto& row : rows) EXPECT_EQ(row[5], "0");
+            for (const auto& row : rows) EXPECT_EQ(row[1] + row[3], "0.0000000.000000");
+        }
+    }
+    std::filesystem::remove_all(job.dir);
+}
+
+TEST(LinearRegistration, MissingScanFileIsLoggedAndCostsTheRestOfTheTurn) {
+    const SurveyJob job =
+        testing::makeSurveyJob("missing", testing::smallSpec("line", "north", 6, 6000));
+    const std::string scan2 = "job_002_001_S002.bxyz";
+    const std::string scan3 = "job_003_001_S003.bxyz";
+    const std::string scan4 = "job_004_001_S004.bxyz";
+    std::filesystem::remove(job.dir / scan3);
+    const testing::SessionResult result = testing::runMode(job, 1, quickSolvers);
+    // Scan 2 fails on its north side, scan 3 on its south side, and scan 4 on its south
+    // side too, which costs scan 4 its north pair: scan 5 takes that pair as its south
+    // pair, first scan first.
+    EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"),
+              (std::vector<std::string>{"1,2", "5,4", "5,6"}));
+    EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"),
+              "Unable to open files: " + scan2 + " \n and " + scan3 +
+                  " \n"
+                  "Please check your GPS file for an error here. \n"
+                  "Unable to open files: " +
+                  scan3 + " \n and " + scan2 +
+                  " \n"
+                  "Please check your GPS file for an error here. \n"
+                  "Unable to open files: " +
+                  scan4 + " \n and " + scan3 +
+                  " \n"
+                  "Please check your GPS file for an error here. \n");
+    EXPECT_EQ(testing::linesStartingWith(testing::withTimesZeroed(result.out),
+                                         "Time for registration of scan "),
+              (std::vector<std::string>{"1 is 0 seconds ", "5 is 0 seconds ", "6 is 0 seconds "}));
+    std::filesystem::remove_all(job.dir);
+}
+
+// Heading errors of the database per scan id, from the generator's truth file.
+std::map<std::string, double> headingErrors(const SurveyJob& job) {
+    std::map<std::string, double> errors;
+    for (const auto& row : testing::readRows(job.dir / "job_truth.csv"))
+        errors[row[0]] = testing::number(row[4]);
+    return errors;
+}
+
+// Each scan of a pair turned by its rotation ends within a fiftieth of a degree of its
+// true heading, apart from what both scans share; the errors reach half a degree.
+TEST(LinearRegistration, RotationsUndoTheHeadingErrorsPairByPair) {
+    const SurveyJob job =
+        testing::makeSurveyJob("headings", testing::smallSpec("line", "north", 5, 40000));
+    testing::runMode(job, 1);
+    const std::map<std::string, double> errors = headingErrors(job);
+    const auto rows = testing::readRows(job.dir / "jobreg.csv");
+    ASSERT_EQ(rows.size(), 4U);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row[0] + "," + row[2]);
+        const double firstLeft = testing::number(row[1]) + errors.at(row[0]);
+        const double secondLeft = testing::number(row[3]) + errors.at(row[2]);
+        EXPECT_NEAR(firstLeft - secondLeft, 0.0, 0.02);
+        EXPECT_NEAR(firstLeft, 0.0, 0.05);
+        EXPECT_GT(std::abs(errors.at(row[0]) - errors.at(row[2])) + 0.02,
+                  std::abs(firstLeft - secondLeft));
+    }
+    std::filesystem::remove_all(job.dir);
+}
+
+TEST(LinearEvaluation, EachScanIsMeasuredAgainstItsSouthNeighbour) {
+    const SurveyJob job =
+        testing::makeSurveyJob("evaluate", testing::smallSpec("line", "north", 5, 20000));
+    const testing::SessionResult result = testing::runMode(job, 3, "FILEEXT 1\n");
+    EXPECT_EQ(result.exitCode, 0);
+    const std::filesystem::path rmsPath = job.dir / "jobrms.csv";
+    EXPECT_EQ(testing::headLineOf(rmsPath),
+              "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range ");
+    const auto rows = testing::readRows(rmsPath);
+    EXPECT_EQ(testing::evaluatedPairs(rmsPath),
+              (std::vector<std::string>{"2,1", "3,2", "4,3", "5,4"}));
+    const auto truth = testing::readRows(job.dir / "job_truth.csv");
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        SCOPED_TRACE(rows[k][0]);
+        ASSERT_EQ(rows[k].size(), 9U);
+        const double rms12 = testing::number(rows[k][2]);
+        const double np12 = testing::number(rows[k][3]);
+        const double rms21 = testing::number(rows[k][4]);
+        const double np21 = testing::number(rows[k][5]);
+        EXPECT_NEAR(testing::number(rows[k][6]), ((np12 * rms12) + (np21 * rms21)) / (np12 + np21),
+                    1e-6);
+        // The spacing column is the plan distance to the south neighbour.
+        const double dx = testing::number(truth[k + 1][6]) - testing::number(truth[k][6]);
+        const double dy = testing::number(truth[k + 1][7]) - testing::number(truth[k][7]);
+        EXPECT_NEAR(testing::number(rows[k][7]), std::sqrt((dx * dx) + (dy * dy)), 1e-6);
+        EXPECT_EQ(rows[k][8], "0.000000");  // .bxyz files have no Cliff Distance
+        // Before registration the heading errors show as misfit well above the noise.
+        EXPECT_GT(testing::number(rows[k][6]), 0.025);
+    }
+    const std::string out = testing::withTimesZeroed(result.out);
+    EXPECT_NE(
+        out.find("EVALUATING RMS OF SCANS\nTime for RMS evaluation of scan 1 is 0 seconds \n\n"),
+        std::string::npos);
+    EXPECT_EQ(testing::linesStartingWith(out, "Time for RMS evaluation of scan ").size(), 5U);
+    EXPECT_EQ(testing::linesStartingWith(out, "RMS for scans ").size(), 4U);
+    EXPECT_EQ(testing::linesStartingWith(out, "3:  N:  ").size(), 1U);
+    std::filesystem::remove_all(job.dir);
+}
+
+TEST(LinearEvaluation, DirectionBelowMinnumptsEntersTheMeanWith999) {
+    const SurveyJob job =
+        testing::makeSurveyJob("minnumpts", testing::smallSpec("line", "north", 2, 12000));
+    testing::runMode(job, 3, "FILEEXT 1\nMINNUMPTS 0\n");
+    const auto counted = testing::readRows(job.dir / "jobrms.csv");
+    ASSERT_EQ(counted.size(), 1U);
+    const double np12 = testing::number(counted[0][3]);
+    const double np21 = testing::number(counted[0][5]);
+    ASSERT_NE(np12, np21);
+    const std::string threshold = counted[0][np12 < np21 ? 5 : 3];  // the smaller falls short
+    testing::runMode(job, 3, "FILEEXT 1\nMINNUMPTS " + threshold + "\n");
+    const auto row = testing::readRows(job.dir / "jobrms.csv").at(0);
+    const bool isFirstShort = np12 < np21;
+    EXPECT_EQ(row[isFirstShort ? 2 : 4], "999.000000");
+    EXPECT_EQ(row[isFirstShort ? 4 : 2], counted[0][isFirstShort ? 4 : 2]);
+    const double good = testing::number(counted[0][isFirstShort ? 4 : 2]);
+    const double expected = isFirstShort ? ((np12 * 999.0) + (np21 * good)) / (np12 + np21)
+                                         : ((np12 * good) + (np21 * 999.0)) / (np12 + np21);
+    EXPECT_NEAR(testing::number(row[6]), expected, 1e-6);
+    std::filesystem::remove_all(job.dir);
+}
+
+// Text scans under the .bxyz names go to the text reader, whose Cliff Distances the
+// range column averages.
+TEST(LinearEvaluation, RangeColumnIsTheMeanCliffDistanceOfTheTwoTextScans) {
+    synth::SurveySpec spec = testing::smallSpec("line", "north", 3, 6000);
+    spec.text = true;
+    const SurveyJob job = testing::makeSurveyJob("range", spec);
+    for (const char* id : {"001", "002", "003"}) {
+        const std::string stem = std::string("job_") + id + "_001_S" + id;
+        std::filesystem::copy_file(job.dir / (stem + ".txt"), job.dir / (stem + ".bxyz"),
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+    const testing::SessionResult result = testing::runMode(job, 3, "FILEEXT 1\n");
+    const auto cliff = testing::linesStartingWith(result.out, "Cliff Distance ");
+    const auto rows = testing::readRows(job.dir / "jobrms.csv");
+    ASSERT_EQ(rows.size(), 2U);
+    ASSERT_EQ(cliff.size(), 4U);
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        SCOPED_TRACE(k);
+        const double mean =
+            (testing::number(cliff[2 * k]) + testing::number(cliff[(2 * k) + 1])) * 0.5;
+        EXPECT_NEAR(testing::number(rows[k][8]), mean, 1e-6);
+        EXPECT_GT(mean, 1.0);
+    }
+    std::filesystem::remove_all(job.dir);
+}
+
+}  // namespace
+}  // namespace sorvek

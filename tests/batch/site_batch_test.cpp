@@ -1,0 +1,110 @@
+// Runs of the program in modes 6 and 7 on small synthetic sites: every pair within the
+// distance span once, lower table index first, with the plan distance as spacing.
+#include "batch/site_batch.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "batch/survey_job.h"
+
+namespace sorvek {
+namespace {
+
+using testing::SurveyJob;
+
+const char* const quickSolvers = "MAXITER 2\nMAXREPEAT 2\nGPSMAXDIST 1000\n";
+
+const std::vector<std::string> allTenPairs = {"1,2", "1,3", "1,4", "1,5", "2,3",
+                                              "2,4", "2,5", "3,4", "3,5", "4,5"};
+
+TEST(SiteRegistration, EveryPairWithinReachOnceInIndexOrder) {
+    const SurveyJob job =
+        testing::makeSurveyJob("site6", testing::smallSpec("site", "north", 5, 6000));
+    const testing::SessionResult result = testing::runMode(job, 6, quickSolvers);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(testing::headLineOf(job.dir / "jobreg.csv"),
+              "scan1,rotation2,scan2,rotation2,rms,numpts,num_iters ");
+    EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"), allTenPairs);
+    const std::string out = testing::withTimesZeroed(result.out);
+    EXPECT_EQ(testing::linesStartingWith(out, "Time for registration of scan "),
+              (std::vector<std::string>{"1 is 0 seconds ", "2 is 0 seconds ", "3 is 0 seconds ",
+                                        "4 is 0 seconds ", "5 is 0 seconds "}));
+    const std::string closing =
+        "Time for registration of scan 5 is 0 seconds \n\n\n"
+        "Total Time for all registrations: 0 seconds \n"
+        "100 percent complete \n";
+    EXPECT_NE(out.find(closing), std::string::npos);
+    std::filesystem::remove_all(job.dir);
+}
+
+TEST(SiteEvaluation, RowsCarryThePlanDistanceUnderATenNameHeadLine) {
+    const SurveyJob job =
+        testing::makeSurveyJob("site7", testing::smallSpec("site", "north", 5, 6000));
+    const testing::SessionResult result = testing::runMode(job, 7, quickSolvers);
+    const std::filesystem::path rmsPath = job.dir / "jobrms.csv";
+    EXPECT_EQ(testing::headLineOf(rmsPath),
+              "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters ");
+    EXPECT_EQ(testing::evaluatedPairs(rmsPath), allTenPairs);
+    const auto truth = testing::readRows(job.dir / "job_truth.csv");
+    for (const auto& row : testing::readRows(rmsPath)) {
+        SCOPED_TRACE(row[0] + "," + row[1]);
+        ASSERT_EQ(row.size(), 9U);
+        const auto& first = truth.at(static_cast<std::size_t>(std::stoi(row[0]) - 1));
+        const auto& second = truth.at(static_cast<std::size_t>(std::stoi(row[1]) - 1));
+        const double dx = testing::number(second[6]) - testing::number(first[6]);
+        const double dy = testing::number(second[7]) - testing::number(first[7]);
+        EXPECT_NEAR(testing::number(row[7]), std::sqrt((dy * dy) + (dx * dx)), 1e-6);
+    }
+    const std::string out = testing::withTimesZeroed(result.out);
+    EXPECT_EQ(testing::linesStartingWith(out, "RMS for scans ").size(), 10U);
+    EXPECT_TRUE(testing::linesStartingWith(out, "1:  N:  ").empty());  // no distance line here
+    EXPECT_NE(out.find("\n\nTotal Time for all RMS evaluations: 0 seconds \n"), std::string::npos);
+    std::filesystem::remove_all(job.dir);
+}
+
+// Five scans at whole-number distances: 3, 4, 5, 10 and 10 are among them exactly.
+const char* const measuredSite =
+    "X,Y,Z,rotX,rotY,rotZ,id,subid,name\n"
+    "0,0,1,0,0,10,1,1,S001\n"
+    "3,4,1,0,0,20,2,1,S002\n"
+    "6,8,1,0,0,30,3,1,S003\n"
+    "0,10,1,0,0,40,4,1,S004\n"
+    "3,0,1,0,0,50,5,1,S005\n";
+
+TEST(SiteEvaluation, DistanceSpanIncludesBothLimits) {
+    const SurveyJob job =
+        testing::makeSurveyJob("span", testing::smallSpec("site", "north", 5, 3000));
+    testing::writeFile(job.dir / "job.txt", measuredSite);
+    testing::runMode(job, 7, "GPSMINDIST 4\nGPSMAXDIST 10\nTRANSX 0\nTRANSY 0\n");
+    const auto rows = testing::readRows(job.dir / "jobrms.csv");
+    EXPECT_EQ(testing::evaluatedPairs(job.dir / "jobrms.csv"),
+              (std::vector<std::string>{"1,2", "1,3", "1,4", "2,3", "2,4", "2,5", "3,4", "3,5"}));
+    ASSERT_EQ(rows.size(), 8U);
+    EXPECT_EQ(rows[0][7], "5.000000");
+    EXPECT_EQ(rows[1][7], "10.000000");
+    EXPECT_EQ(rows[5][7], "4.000000");
+    std::filesystem::remove_all(job.dir);
+}
+
+TEST(SiteRegistration, PairThatCannotBeReadIsSkippedAlone) {
+    const SurveyJob job =
+        testing::makeSurveyJob("sitefail", testing::smallSpec("site", "north", 5, 4000));
+    std::filesystem::remove(job.dir / "job_003_001_S003.bxyz");
+    const testing::SessionResult result = testing::runMode(job, 6, quickSolvers);
+    EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"),
+              (std::vector<std::string>{"1,2", "1,4", "1,5", "2,4", "2,5", "4,5"}));
+    std::string log;
+    for (const auto& [first, second] :
+         {std::pair{"001_001_S001", "003_001_S003"}, std::pair{"002_001_S002", "003_001_S003"},
+          std::pair{"003_001_S003", "004_001_S004"}, std::pair{"003_001_S003", "005_001_S005"}}) {
+        log += std::string("Unable to open files: job_") + first + ".bxyz \n and job_" + second +
+               ".bxyz \nPlease check your GPS file for an error here. \n";
+    }
+    EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"), log);
+    EXPECT_EQ(testing::linesStartingWith(result.out, "Time for registration of scan ").size(), 5U);
+    std::filesystem::remove_all(job.dir);
+}
+
+}  // namespace
+}  // namespace sorvek

@@ -1,0 +1,145 @@
+#pragma once
+// Scripted runs of the real program on small synthetic surveys: the job folder, its
+// option text, one run per mode, and the result files read back as fields.
+
+#include <cstdlib>
+#include <filesystem>
+#include <cctype>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/sorvek_session.h"
+#include "synth/synth.h"
+
+namespace sorvek::testing {
+
+// Small scans need bigger cubes and fewer accepted samples than a field job; the range
+// limit of the generated option file is lifted because the text reader measures the
+// range of a rotated file's points in the scanner frame.
+inline const char* const smallSurveyOptions =
+    "dCX 2\ndCY 2\ndCZ 2\nMINNUMPTS 200\nMAXRANGE 999999999\n";
+
+struct SurveyJob {
+    std::filesystem::path dir;  // working folder: database, scans, result files
+    std::string name;           // database stem
+    std::string baseOptions;    // the generator's option file and the small-survey lines
+};
+
+// A synthetic job written into a fresh folder; the test fails when it cannot be written.
+inline SurveyJob makeSurveyJob(const std::string& label, const synth::SurveySpec& spec) {
+    SurveyJob job;
+    job.dir = makeScratchDir(label);
+    job.name = spec.name;
+    std::string error;
+    EXPECT_TRUE(synth::writeSurvey(spec, job.dir, error)) << error;
+    job.baseOptions = readFile(job.dir / "sorvek.txt") + smallSurveyOptions;
+    std::filesystem::remove(job.dir / "sorvek.txt");
+    return job;
+}
+
+// The generator's line (or site) of `scans` set-ups with a fixed seed.
+inline synth::SurveySpec smallSpec(const std::string& layout, const std::string& direction,
+                                   std::int32_t scans, std::int64_t points) {
+    synth::SurveySpec spec;
+    spec.layout = layout;
+    spec.direction = direction;
+    spec.scans = scans;
+    spec.points = points;
+    spec.seed = 7;
+    spec.name = "job";
+    return spec;
+}
+
+// One run in `mode` with the menu, the confirmation and the closing Enter scripted; the
+// later option lines win over the earlier ones.
+// A sanitizer report on standard error fails the test that made the run.
+inline SessionResult runMode(const SurveyJob& job, int mode, const std::string& extraOptions = "") {
+    SessionResult result = runSorvek(job.dir, {job.name + ".txt"}, std::to_string(mode) + "\n\n\n",
+                                     job.baseOptions + extraOptions);
+    EXPECT_EQ(result.err.find("Sanitizer"), std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find("runtime error"), std::string::npos) << result.err;
+    return result;
+}
+
+// The fields of every line after the head line.
+inline std::vector<std::vector<std::string>> readRows(const std::filesystem::path& path) {
+    std::vector<std::vector<std::string>> rows;
+    std::istringstream in(readFile(path));
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line)) {
+        std::vector<std::string> fields;
+        std::istringstream fieldsIn(line);
+        std::string field;
+        while (std::getline(fieldsIn, field, ',')) fields.push_back(field);
+        rows.push_back(fields);
+    }
+    return rows;
+}
+
+inline std::string headLineOf(const std::filesystem::path& path) {
+    std::istringstream in(readFile(path));
+    std::string line;
+    std::getline(in, line);
+    return line;
+}
+
+// The two scan ids of every row, as "a,b": columns 0 and 2 of registration rows, 0 and 1
+// of RMS rows.
+inline std::vector<std::string> pairsOf(const std::vector<std::vector<std::string>>& rows,
+                                        std::size_t secondColumn) {
+    std::vector<std::string> pairs;
+    for (const auto& row : rows) {
+        pairs.push_back(row.size() > secondColumn ? row[0] + "," + row[secondColumn] : "?");
+    }
+    return pairs;
+}
+
+inline std::vector<std::string> registeredPairs(const std::filesystem::path& regPath) {
+    return pairsOf(readRows(regPath), 2);
+}
+
+inline std::vector<std::string> evaluatedPairs(const std::filesystem::path& rmsPath) {
+    return pairsOf(readRows(rmsPath), 1);
+}
+
+inline double number(const std::string& field) { return std::strtod(field.c_str(), nullptr); }
+
+// Every number of seconds in the time lines becomes 0, so that output can be compared
+// whatever the clock did.
+inline std::string withTimesZeroed(const std::string& out) {
+    const std::string unit = " seconds";
+    std::string result;
+    std::size_t copied = 0;
+    for (std::size_t at = out.find(unit); at != std::string::npos; at = out.find(unit, at + 1)) {
+        std::size_t start = at;
+        while (start > copied && (std::isdigit(static_cast<unsigned char>(out[start - 1])) != 0 ||
+                                  out[start - 1] == '-')) {
+            --start;
+        }
+        if (start == at) continue;
+        result += out.substr(copied, start - copied) + "0";
+        copied = at;
+    }
+    return result + out.substr(copied);
+}
+
+// The values that follow `prefix` on every console line that starts with it.
+inline std::vector<std::string> linesStartingWith(const std::string& out,
+                                                  const std::string& prefix) {
+    std::vector<std::string> found;
+    std::istringstream in(out);
+    std::string line;
+    while (std::getline(in, line, '\n')) {
+        // Progress lines end in a carriage return and share a line with what follows.
+        const std::size_t start = line.rfind('\r');
+        const std::string tail = start == std::string::npos ? line : line.substr(start + 1);
+        if (tail.rfind(prefix, 0) == 0) found.push_back(tail.substr(prefix.size()));
+    }
+    return found;
+}
+
+}  // namespace sorvek::testing

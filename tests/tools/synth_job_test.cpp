@@ -61,9 +61,9 @@ std::vector<Row> readDatabase(const fs::path& path) {
         Row row;
         char name[16] = {};
         int used = 0;
-        const int fields = std::sscanf(lines[index].c_str(), "%lf,%lf,%lf,%lf,%lf,%lf,%d,%d,%15s%n", &row.values[0],
-                                       &row.values[1], &row.values[2], &row.values[3], &row.values[4],
-                                       &row.values[5], &row.scanId, &row.subId, name, &used);
+        const int fields = std::sscanf(lines[index].c_str(), "%lf,%lf,%lf,%lf,%lf,%lf,%d,%d,%15s%n",
+                                       &row.values[0], &row.values[1], &row.values[2], &row.values[3],
+                                       &row.values[4], &row.values[5], &row.scanId, &row.subId, name, &used);
         EXPECT_EQ(fields, 9) << lines[index];
         EXPECT_EQ(static_cast<std::size_t>(used), lines[index].size()) << lines[index];
         row.name = name;

@@ -46,8 +46,8 @@ TEST(SynthProgram, JobLoadsInSorvekWithItsNamesNeighboursAndCounts) {
         EXPECT_TRUE(fs::exists(dir / name));
     }
     EXPECT_TRUE(contains(loaded.out, " Location:  2 N: 3 S: 1 \n"));
-    const auto read = sorvek::testing::runSorvek(dir, {"job_001_001_S001.bxyz", "job_003_001_S003.bxyz"},
-                                                 "5\n\n", options);
+    const auto read =
+        sorvek::testing::runSorvek(dir, {"job_001_001_S001.bxyz", "job_003_001_S003.bxyz"}, "5\n\n", options);
     EXPECT_EQ(read.exitCode, 0);
     EXPECT_TRUE(contains(read.out, "file size: 96000\nnumpts: 3000\n"));
     EXPECT_TRUE(contains(read.err, "3000 points successfully loaded! \n"));
@@ -61,22 +61,23 @@ TEST(SynthProgram, JobLoadsInSorvekWithItsNamesNeighboursAndCounts) {
 double measuredRms(const fs::path& dir, const sorvek::Cloud& first, const sorvek::Cloud& second) {
     EXPECT_TRUE(writeBinaryPoints(dir / "first.bxyz", first));
     EXPECT_TRUE(writeBinaryPoints(dir / "second.bxyz", second));
-    const auto session = sorvek::testing::runSorvek(dir, {"first.bxyz", "second.bxyz"}, "5\n\n",
-                                                    "MAXDISTINITIAL 0.05\n");
+    const auto session =
+        sorvek::testing::runSorvek(dir, {"first.bxyz", "second.bxyz"}, "5\n\n", "MAXDISTINITIAL 0.05\n");
     const std::size_t at = session.out.find("Initial rms = ");
     double rms = -1.0;
     int sampleCount = 0;
     if (at == std::string::npos ||
-        std::sscanf(session.out.c_str() + at, "Initial rms = %lf calculated from %d pts", &rms, &sampleCount) != 2) {
+        std::sscanf(session.out.c_str() + at, "Initial rms = %lf calculated from %d pts", &rms,
+                    &sampleCount) != 2) {
         ADD_FAILURE() << "no initial rms in:\n" << session.out.substr(0, 2000);
     }
     return rms;
 }
 
 sorvek::Cloud surveyFrame(sorvek::Cloud cloud, const ScanPose& pose, double headingDeg) {
-    sorvek::applyMatrix(cloud, sorvek::composeScanMatrix(pose.rotXDeg * sorvek::degToRad,
-                                                         pose.rotYDeg * sorvek::degToRad,
-                                                         headingDeg * sorvek::degToRad, 1.0, pose.x, pose.y, pose.z));
+    sorvek::applyMatrix(
+        cloud, sorvek::composeScanMatrix(pose.rotXDeg * sorvek::degToRad, pose.rotYDeg * sorvek::degToRad,
+                                         headingDeg * sorvek::degToRad, 1.0, pose.x, pose.y, pose.z));
     return cloud;
 }
 
@@ -111,8 +112,8 @@ struct ProgramRun {
 };
 
 ProgramRun runSynth(const fs::path& dir, const std::string& arguments) {
-    const std::string command = "cd '" + dir.string() + "' && " + SORVEK_SYNTH_BINARY + " " + arguments +
-                                " > synth.out 2> synth.err";
+    const std::string command =
+        "cd '" + dir.string() + "' && " + SORVEK_SYNTH_BINARY + " " + arguments + " > synth.out 2> synth.err";
     const int status = std::system(command.c_str());
     ProgramRun result;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -126,8 +127,8 @@ TEST(SynthProgram, HelpExplainsEveryOption) {
     const ProgramRun help = runSynth(dir, "--help");
     EXPECT_EQ(help.exitCode, 0);
     for (const char* option : {"--out DIR", "--layout line|site", "--direction", "--scans N", "--points N",
-                               "--spacing M", "--error-deg D", "--noise M", "--seed S", "--name STEM", "--text",
-                               "--tilt-deg D", "--offset X,Y", "--range M", "--no-occlusion"}) {
+                               "--spacing M", "--error-deg D", "--noise M", "--seed S", "--name STEM",
+                               "--text", "--tilt-deg D", "--offset X,Y", "--range M", "--no-occlusion"}) {
         EXPECT_TRUE(contains(help.out, option)) << option;
     }
     fs::remove_all(dir);
@@ -162,11 +163,33 @@ TEST(SynthProgram, BadArgumentsSayWhatIsWrongAndExitWithTwo) {
 }
 
 TEST(SynthCommandLine, ReadsEveryOptionIntoTheSpec) {
-    const std::vector<std::string> words = {
-        "--out", "jobs/a", "--layout=site", "--direction", "west", "--scans", "12", "--points", "5000",
-        "--spacing", "20", "--error-deg", "0.75", "--noise", "0.002", "--seed", "18446744073709551615",
-        "--name", "site-7", "--text", "--tilt-deg", "0.5", "--offset", "512000.5,-3e3", "--range", "45",
-        "--no-occlusion"};
+    const std::vector<std::string> words = {"--out",
+                                            "jobs/a",
+                                            "--layout=site",
+                                            "--direction",
+                                            "west",
+                                            "--scans",
+                                            "12",
+                                            "--points",
+                                            "5000",
+                                            "--spacing",
+                                            "20",
+                                            "--error-deg",
+                                            "0.75",
+                                            "--noise",
+                                            "0.002",
+                                            "--seed",
+                                            "18446744073709551615",
+                                            "--name",
+                                            "site-7",
+                                            "--text",
+                                            "--tilt-deg",
+                                            "0.5",
+                                            "--offset",
+                                            "512000.5,-3e3",
+                                            "--range",
+                                            "45",
+                                            "--no-occlusion"};
     CommandLine commandLine;
     ASSERT_EQ(parseCommandLine(words, commandLine), "");
     const SurveySpec& spec = commandLine.spec;

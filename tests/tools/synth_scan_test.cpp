@@ -61,8 +61,8 @@ TEST(SynthScan, PointsLieOnTheSceneWithinNoiseAndRange) {
             for (std::size_t index = 0; index < cloud.size(); ++index) {
                 const sorvek::PointRecord& p = cloud[index];
                 farthest = std::max(farthest, std::sqrt(((p.x * p.x) + (p.y * p.y)) + (p.z * p.z)));
-                worst = std::max(worst, distanceToScene(*scene.scene, survey[index].x, survey[index].y,
-                                                        survey[index].z));
+                worst = std::max(
+                    worst, distanceToScene(*scene.scene, survey[index].x, survey[index].y, survey[index].z));
             }
             EXPECT_LE(worst, surfaceTolerance);
             EXPECT_LE(farthest, spec.rangeLimit + (spec.noise * unitNoiseBound));
@@ -115,7 +115,10 @@ TEST(SynthRay, MeetsEachKindOfSolidWhereGeometrySaysItShould) {
     };
     const Case cases[] = {
         {"box face on", makeBox(10, 0, 0, 1, 1, -1, 1), {0, 0, 0, 1, 0, 0}, 9.0},
-        {"box corner on", makeBox(10, 0, quarterTurn, 1, 1, -1, 1), {0, 0, 0, 1, 0, 0}, 10.0 - std::sqrt(2.0)},
+        {"box corner on",
+         makeBox(10, 0, quarterTurn, 1, 1, -1, 1),
+         {0, 0, 0, 1, 0, 0},
+         10.0 - std::sqrt(2.0)},
         {"box passed over", makeBox(10, 0, 0, 1, 1, -1, 1), {0, 0, 1.5, 1, 0, 0}, noHit},
         {"box from inside", makeBox(0, 0, 0, 1, 1, -1, 1), {0, 0, 0, 1, 0, 0}, noHit},
         {"pole side", makeCylinder(5, 0, 0.5, -1, 3), {0, 0, 0, 1, 0, 0}, 4.5},
@@ -141,8 +144,12 @@ TEST(SynthRay, ComesDownOnTheRoughGround) {
     for (int rayIndex = 0; rayIndex < 2000; ++rayIndex) {
         const double azimuth = uniformIn(rng, 0.0, 6.283185307179586);
         const double elevation = uniformIn(rng, -1.2, -0.02);
-        const Ray ray{3.0, -7.0, groundHeight(ground, 3.0, -7.0) + 1.6, std::cos(elevation) * std::cos(azimuth),
-                      std::cos(elevation) * std::sin(azimuth), std::sin(elevation)};
+        const Ray ray{3.0,
+                      -7.0,
+                      groundHeight(ground, 3.0, -7.0) + 1.6,
+                      std::cos(elevation) * std::cos(azimuth),
+                      std::cos(elevation) * std::sin(azimuth),
+                      std::sin(elevation)};
         const double t = reachGround(ground, ray, 80.0);
         if (t == noHit) continue;
         ++hits;

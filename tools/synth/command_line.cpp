@@ -49,9 +49,9 @@ std::string badValue(const std::string& option, const std::string& value, const 
     return option + " needs " + wanted + ", not '" + value + "'";
 }
 
-// One option that takes a value; false with `message` set when the value is refused.
-bool takeValue(const std::string& option, const std::string& value, CommandLine& commandLine,
-               std::string& message) {
+// --out, --layout, --direction and --name: words. Empty `message` when the word is good.
+bool takeWord(const std::string& option, const std::string& value, CommandLine& commandLine,
+              std::string& message) {
     SurveySpec& spec = commandLine.spec;
     if (option == "--out") {
         if (value.empty()) message = badValue(option, value, "a folder name");
@@ -64,49 +64,76 @@ bool takeValue(const std::string& option, const std::string& value, CommandLine&
             message = badValue(option, value, "north, south, east or west");
         }
         spec.direction = value;
-    } else if (option == "--scans") {
-        const std::optional<std::int64_t> scans = parseWhole(value);
-        if (!scans || *scans < 1 || *scans > 9999) message = badValue(option, value, "a whole number from 1 to 9999");
-        else spec.scans = static_cast<std::int32_t>(*scans);
-    } else if (option == "--points") {
-        const std::optional<std::int64_t> points = parseWhole(value);
-        if (!points || *points < 1 || *points > 50000000) {
-            message = badValue(option, value, "a whole number from 1 to 50000000");
-        } else {
-            spec.points = *points;
-        }
-    } else if (option == "--seed") {
-        const std::optional<std::uint64_t> seed = parseSeed(value);
-        if (!seed) message = badValue(option, value, "a whole number from 0 to 18446744073709551615");
-        else spec.seed = *seed;
     } else if (option == "--name") {
         if (!isGoodStem(value)) message = badValue(option, value, "1 to 64 letters, digits, '_', '-' or '.'");
         spec.name = value;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// --scans, --points, --seed and --offset: numbers with their own forms.
+bool takeCount(const std::string& option, const std::string& value, SurveySpec& spec, std::string& message) {
+    if (option == "--scans") {
+        const std::optional<std::int64_t> scans = parseWhole(value);
+        if (!scans || *scans < 1 || *scans > 9999)
+            message = badValue(option, value, "a whole number from 1 to 9999");
+        else
+            spec.scans = static_cast<std::int32_t>(*scans);
+    } else if (option == "--points") {
+        const std::optional<std::int64_t> points = parseWhole(value);
+        if (!points || *points < 1 || *points > 50000000)
+            message = badValue(option, value, "a whole number from 1 to 50000000");
+        else
+            spec.points = *points;
+    } else if (option == "--seed") {
+        const std::optional<std::uint64_t> seed = parseSeed(value);
+        if (!seed)
+            message = badValue(option, value, "a whole number from 0 to 18446744073709551615");
+        else
+            spec.seed = *seed;
     } else if (option == "--offset") {
         const std::size_t comma = value.find(',');
         const std::optional<double> x = parseNumber(value.substr(0, comma));
         const std::optional<double> y =
             comma == std::string::npos ? std::nullopt : parseNumber(value.substr(comma + 1));
         if (!x || !y) message = badValue(option, value, "two numbers X,Y");
-        else {
-            spec.offsetX = *x;
-            spec.offsetY = *y;
-        }
+        spec.offsetX = x.value_or(0.0);
+        spec.offsetY = y.value_or(0.0);
     } else {
-        double* field = option == "--spacing"     ? &spec.spacing
-                        : option == "--error-deg" ? &spec.errorDeg
-                        : option == "--noise"     ? &spec.noise
-                        : option == "--tilt-deg"  ? &spec.tiltDeg
-                        : option == "--range"     ? &spec.rangeLimit
-                                                  : nullptr;
-        if (field == nullptr) {
-            message = "unknown option " + option;
-            return false;
-        }
-        const std::optional<double> number = parseNumber(value);
-        if (!number) message = badValue(option, value, "a number");
-        else *field = *number;
+        return false;
     }
+    return true;
+}
+
+// The options that take one plain number; their ranges are checkSpec's.
+double* measureField(const std::string& option, SurveySpec& spec) {
+    if (option == "--spacing") return &spec.spacing;
+    if (option == "--error-deg") return &spec.errorDeg;
+    if (option == "--noise") return &spec.noise;
+    if (option == "--tilt-deg") return &spec.tiltDeg;
+    if (option == "--range") return &spec.rangeLimit;
+    return nullptr;
+}
+
+// One option that takes a value; false with `message` set when it is refused.
+bool takeValue(const std::string& option, const std::string& value, CommandLine& commandLine,
+               std::string& message) {
+    if (takeWord(option, value, commandLine, message) ||
+        takeCount(option, value, commandLine.spec, message)) {
+        return message.empty();
+    }
+    double* field = measureField(option, commandLine.spec);
+    if (field == nullptr) {
+        message = "unknown option " + option;
+        return false;
+    }
+    const std::optional<double> number = parseNumber(value);
+    if (!number)
+        message = badValue(option, value, "a number");
+    else
+        *field = *number;
     return message.empty();
 }
 
@@ -127,9 +154,12 @@ std::string parseCommandLine(std::span<const std::string> arguments, CommandLine
         }
         if (isFlag(option)) {
             if (value) return option + " takes no value";
-            if (option == "--text") commandLine.spec.text = true;
-            else if (option == "--no-occlusion") commandLine.spec.occlusion = false;
-            else commandLine.isHelp = true;
+            if (option == "--text")
+                commandLine.spec.text = true;
+            else if (option == "--no-occlusion")
+                commandLine.spec.occlusion = false;
+            else
+                commandLine.isHelp = true;
             continue;
         }
         if (option.rfind("--", 0) != 0) return "unexpected argument '" + option + "'";
@@ -151,16 +181,16 @@ std::string checkSpec(const SurveySpec& spec) {
         double high;
     };
     const Range ranges[] = {
-        {"--spacing", spec.spacing, 1.0, 1000.0},   {"--error-deg", spec.errorDeg, 0.0, 10.0},
-        {"--noise", spec.noise, 0.0, 0.5},          {"--tilt-deg", spec.tiltDeg, 0.0, 10.0},
-        {"--range", spec.rangeLimit, 5.0, 1000.0},  {"--offset", spec.offsetX, -1.0e8, 1.0e8},
+        {"--spacing", spec.spacing, 1.0, 1000.0},  {"--error-deg", spec.errorDeg, 0.0, 10.0},
+        {"--noise", spec.noise, 0.0, 0.5},         {"--tilt-deg", spec.tiltDeg, 0.0, 10.0},
+        {"--range", spec.rangeLimit, 5.0, 1000.0}, {"--offset", spec.offsetX, -1.0e8, 1.0e8},
         {"--offset", spec.offsetY, -1.0e8, 1.0e8},
     };
     for (const Range& range : ranges) {
         if (!(range.value >= range.low && range.value <= range.high)) {
             char text[160];
-            std::snprintf(text, sizeof text, "%s must lie between %g and %g, not %g", range.option,
-                          range.low, range.high, range.value);
+            std::snprintf(text, sizeof text, "%s must lie between %g and %g, not %g", range.option, range.low,
+                          range.high, range.value);
             return text;
         }
     }
@@ -177,42 +207,42 @@ std::string checkSpec(const SurveySpec& spec) {
 
 void printUsage(std::FILE* out) {
     std::fprintf(out,
-        "Usage: sorvek-synth [options]\n"
-        "Writes a synthetic survey job with known heading errors: the survey database,\n"
-        "one .bxyz point file per scan, a truth file and an option file.\n"
-        "\n"
-        "  --out DIR          folder to write into, created if missing (synthetic-survey)\n"
-        "  --layout line|site scans along a street, or scattered over a site (line)\n"
-        "  --direction D      line only: north, south, east or west, the way the line runs\n"
-        "                     in table order; east and west set DATADIR 1 (north)\n"
-        "  --scans N          number of scans, 1 to 9999 (6)\n"
-        "  --points N         points per scan, exactly, 1 to 50000000 (200000)\n"
-        "  --spacing M        metres between neighbouring scans of a line, or between the\n"
-        "                     grid cells of a site; set-ups vary by 10 to 20 %% (15)\n"
-        "  --error-deg D      largest heading error, degrees: each scan's database heading\n"
-        "                     is its true heading plus an error drawn within +-D (0.5)\n"
-        "  --noise M          range noise, metres: zero mean, standard deviation M, never\n"
-        "                     beyond 3.46 M (0.003)\n"
-        "  --seed S           every random choice follows from it; the same seed gives\n"
-        "                     the same bytes in every file (1)\n"
-        "  --name STEM        database file name stem: STEM.txt, STEM_001_001_S001.bxyz (survey)\n"
-        "  --text             also write each scan as a text file STEM_001_001_S001.txt\n"
-        "                     (x,y,z in the scanner frame, like the .bxyz file)\n"
-        "  --tilt-deg D       largest tilt about X and about Y, degrees (0)\n"
-        "  --offset X,Y       added to every survey X and Y, to give large survey\n"
-        "                     coordinates; the option file subtracts them again (0,0)\n"
-        "  --range M          range limit of the scanner, metres (60)\n"
-        "  --no-occlusion     record every surface a beam meets, hidden ones too\n"
-        "  --help             this text\n"
-        "\n"
-        "Files written into DIR:\n"
-        "  STEM.txt           database: header, then X,Y,Z,rotX,rotY,rotZ,id,subid,name per\n"
-        "                     scan; Z is the scanner's height less 0.29, angles in degrees\n"
-        "  STEM_<id>_<subid>_<name>.bxyz   the scan's points in its scanner frame, 32 bytes each\n"
-        "  STEM_truth.csv     each scan's true heading, error and position\n"
-        "  sorvek.txt         options that suit the job; put it beside the program\n"
-        "\n"
-        "Exit codes: 0 written, 1 a file could not be written, 2 bad arguments.\n");
+                 "Usage: sorvek-synth [options]\n"
+                 "Writes a synthetic survey job with known heading errors: the survey database,\n"
+                 "one .bxyz point file per scan, a truth file and an option file.\n"
+                 "\n"
+                 "  --out DIR          folder to write into, created if missing (synthetic-survey)\n"
+                 "  --layout line|site scans along a street, or scattered over a site (line)\n"
+                 "  --direction D      line only: north, south, east or west, the way the line runs\n"
+                 "                     in table order; east and west set DATADIR 1 (north)\n"
+                 "  --scans N          number of scans, 1 to 9999 (6)\n"
+                 "  --points N         points per scan, exactly, 1 to 50000000 (200000)\n"
+                 "  --spacing M        metres between neighbouring scans of a line, or between the\n"
+                 "                     grid cells of a site; set-ups vary by 10 to 20 %% (15)\n"
+                 "  --error-deg D      largest heading error, degrees: each scan's database heading\n"
+                 "                     is its true heading plus an error drawn within +-D (0.5)\n"
+                 "  --noise M          range noise, metres: zero mean, standard deviation M, never\n"
+                 "                     beyond 3.46 M (0.003)\n"
+                 "  --seed S           every random choice follows from it; the same seed gives\n"
+                 "                     the same bytes in every file (1)\n"
+                 "  --name STEM        database file name stem: STEM.txt, STEM_001_001_S001.bxyz (survey)\n"
+                 "  --text             also write each scan as a text file STEM_001_001_S001.txt\n"
+                 "                     (x,y,z in the scanner frame, like the .bxyz file)\n"
+                 "  --tilt-deg D       largest tilt about X and about Y, degrees (0)\n"
+                 "  --offset X,Y       added to every survey X and Y, to give large survey\n"
+                 "                     coordinates; the option file subtracts them again (0,0)\n"
+                 "  --range M          range limit of the scanner, metres (60)\n"
+                 "  --no-occlusion     record every surface a beam meets, hidden ones too\n"
+                 "  --help             this text\n"
+                 "\n"
+                 "Files written into DIR:\n"
+                 "  STEM.txt           database: header, then X,Y,Z,rotX,rotY,rotZ,id,subid,name per\n"
+                 "                     scan; Z is the scanner's height less 0.29, angles in degrees\n"
+                 "  STEM_<id>_<subid>_<name>.bxyz   the scan's points in its scanner frame, 32 bytes each\n"
+                 "  STEM_truth.csv     each scan's true heading, error and position\n"
+                 "  sorvek.txt         options that suit the job; put it beside the program\n"
+                 "\n"
+                 "Exit codes: 0 written, 1 a file could not be written, 2 bad arguments.\n");
 }
 
 }  // namespace sorvek::synth

@@ -10,9 +10,9 @@
 namespace sorvek::synth {
 
 struct CommandLine {
-    SurveySpec spec;                      // the job to write
+    SurveySpec spec;                          // the job to write
     std::string outDir = "synthetic-survey";  // --out
-    bool isHelp = false;                  // --help was given; nothing else is done
+    bool isHelp = false;                      // --help was given; nothing else is done
 };
 
 // Reads the arguments after the program name. Returns an empty string on success, else

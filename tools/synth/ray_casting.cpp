@@ -78,8 +78,8 @@ double castRay(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray
     return best <= rangeLimit ? best : noHit;
 }
 
-void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray,
-                    double rangeLimit, std::vector<double>& distances) {
+void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray, double rangeLimit,
+                    std::vector<double>& distances) {
     const double ground = reachGround(scene.ground, ray, rangeLimit);
     const double limit = std::min(ground, rangeLimit);
     if (ground <= rangeLimit) distances.push_back(ground);

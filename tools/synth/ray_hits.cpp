@@ -93,9 +93,9 @@ Clearance clearanceAt(const GroundModel& ground, const Ray& ray, double t) {
 
 double enterSolid(const Solid& solid, const Ray& ray) {
     switch (solid.kind) {
-    case SolidKind::box:      return enterBox(solid, ray);
+    case SolidKind::box: return enterBox(solid, ray);
     case SolidKind::cylinder: return enterCylinder(solid, ray);
-    case SolidKind::sphere:   return enterSphere(solid, ray);
+    case SolidKind::sphere: return enterSphere(solid, ray);
     }
     return noHit;
 }

@@ -74,14 +74,18 @@ double databaseHeadingDeg(const ScanPose& pose) {
     return quantizeMicro(pose.trueHeadingDeg + pose.headingErrorDeg);
 }
 
-double translationX(const SurveySpec& spec) { return quantizeMicro(spec.offsetX); }
-double translationY(const SurveySpec& spec) { return quantizeMicro(spec.offsetY); }
+double translationX(const SurveySpec& spec) {
+    return quantizeMicro(spec.offsetX);
+}
+double translationY(const SurveySpec& spec) {
+    return quantizeMicro(spec.offsetY);
+}
 
 GroundModel makeGround(const SurveySpec& spec) {
     Rng rng = makeRng(spec.seed, groundStream);
     GroundModel ground;
     ground.baseZ = uniformIn(rng, 30.0, 80.0);
-    const double grade = uniformIn(rng, 0.004, 0.02);          // 0.4 to 2 % fall
+    const double grade = uniformIn(rng, 0.004, 0.02);  // 0.4 to 2 % fall
     const double bearing = uniformIn(rng, 0.0, 6.283185307179586);
     ground.slopeX = grade * std::cos(bearing);
     ground.slopeY = grade * std::sin(bearing);

@@ -14,11 +14,11 @@
 namespace sorvek::synth {
 namespace {
 
-constexpr double lowestElevationDeg = -60.0;   // below this the tripod hides the ground
+constexpr double lowestElevationDeg = -60.0;  // below this the tripod hides the ground
 constexpr double highestElevationDeg = 75.0;
 constexpr double elevationSpanDeg = highestElevationDeg - lowestElevationDeg;
 constexpr double pilotRayCount = 20000.0;
-constexpr double jitterShare = 0.35;           // of a grid step, either way
+constexpr double jitterShare = 0.35;  // of a grid step, either way
 constexpr double radPerDeg = 0.017453292519943295;
 
 // The grid is sized from doubles; a size beyond any sensible scan is refused.
@@ -29,8 +29,8 @@ std::optional<std::int64_t> gridCount(double value) {
 }
 
 struct Scanner {
-    Ray origin;          // position in the survey frame; the direction is set per ray
-    ScanMatrix rotation; // scanner frame to survey frame, true heading; translation unused
+    Ray origin;           // position in the survey frame; the direction is set per ray
+    ScanMatrix rotation;  // scanner frame to survey frame, true heading; translation unused
 };
 
 struct Grid {
@@ -49,7 +49,7 @@ void turnBy(double cosAngle, double sinAngle, double offset, double& cosOut, dou
 }
 
 struct HitSink {
-    Cloud* cloud = nullptr;     // receives points when set; else hits are only counted
+    Cloud* cloud = nullptr;  // receives points when set; else hits are only counted
     std::int64_t hitCount = 0;
     double noise = 0.0;
 };
@@ -93,7 +93,8 @@ void castGrid(const Scene& scene, const SolidsByAzimuth& solids, const Scanner& 
     std::vector<double> rowCos(static_cast<std::size_t>(grid.rows));
     std::vector<double> rowSin(static_cast<std::size_t>(grid.rows));
     for (std::int64_t row = 0; row < grid.rows; ++row) {
-        const double elevation = (lowestElevationDeg * radPerDeg) + ((static_cast<double>(row) + 0.5) * elevationStep);
+        const double elevation =
+            (lowestElevationDeg * radPerDeg) + ((static_cast<double>(row) + 0.5) * elevationStep);
         rowCos[static_cast<std::size_t>(row)] = std::cos(elevation);
         rowSin[static_cast<std::size_t>(row)] = std::sin(elevation);
     }
@@ -107,7 +108,8 @@ void castGrid(const Scene& scene, const SolidsByAzimuth& solids, const Scanner& 
             double sinAz = 0.0;
             double cosEl = 0.0;
             double sinEl = 0.0;
-            turnBy(columnCos, columnSin, uniformIn(rng, -jitterShare, jitterShare) * azimuthStep, cosAz, sinAz);
+            turnBy(columnCos, columnSin, uniformIn(rng, -jitterShare, jitterShare) * azimuthStep, cosAz,
+                   sinAz);
             turnBy(rowCos[static_cast<std::size_t>(row)], rowSin[static_cast<std::size_t>(row)],
                    uniformIn(rng, -jitterShare, jitterShare) * elevationStep, cosEl, sinEl);
             const double scanDir[3] = {cosEl * cosAz, cosEl * sinAz, sinEl};

@@ -24,7 +24,7 @@ double castRay(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray
 
 // Every surface the ray enters before it reaches the ground or rangeLimit, ground
 // included: the view of a scanner that nothing hides from. Appends to `distances`.
-void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray,
-                    double rangeLimit, std::vector<double>& distances);
+void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray, double rangeLimit,
+                    std::vector<double>& distances);
 
 }  // namespace sorvek::synth

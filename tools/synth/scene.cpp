@@ -64,8 +64,7 @@ double boxDistance(double qx, double qy, double qz) {
 }  // namespace
 
 GroundSample sampleGround(const GroundModel& ground, double x, double y) {
-    const GroundSample coarse =
-        octave(ground.latticeSeed, ground.coarseAmplitude, ground.coarseCell, x, y);
+    const GroundSample coarse = octave(ground.latticeSeed, ground.coarseAmplitude, ground.coarseCell, x, y);
     const GroundSample fine =
         octave(mixBits(ground.latticeSeed), ground.fineAmplitude, ground.fineCell, x, y);
     GroundSample result;
@@ -92,8 +91,7 @@ double distanceToSolid(const Solid& solid, double x, double y, double z) {
         const double localY = (dy * solid.yawCos) - (dx * solid.yawSin);
         const double midZ = (solid.bottomZ + solid.topZ) * 0.5;
         const double halfHeight = (solid.topZ - solid.bottomZ) * 0.5;
-        return std::abs(boxDistance(std::abs(localX) - solid.halfLength,
-                                    std::abs(localY) - solid.halfWidth,
+        return std::abs(boxDistance(std::abs(localX) - solid.halfLength, std::abs(localY) - solid.halfWidth,
                                     std::abs(z - midZ) - halfHeight));
     }
     case SolidKind::cylinder: {
@@ -103,8 +101,7 @@ double distanceToSolid(const Solid& solid, double x, double y, double z) {
         const double vertical = std::abs(z - midZ) - halfHeight;
         const double outR = std::max(radial, 0.0);
         const double outZ = std::max(vertical, 0.0);
-        return std::abs(std::sqrt((outR * outR) + (outZ * outZ)) +
-                        std::min(std::max(radial, vertical), 0.0));
+        return std::abs(std::sqrt((outR * outR) + (outZ * outZ)) + std::min(std::max(radial, vertical), 0.0));
     }
     case SolidKind::sphere: {
         const double dz = z - solid.centerZ;

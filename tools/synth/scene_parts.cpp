@@ -70,8 +70,8 @@ void addCar(Scene& scene, double x, double y, double yawRad, Rng& rng) {
     const double halfWidth = uniformIn(rng, 0.85, 0.95);
     const double ground = groundHeight(scene.ground, x, y);
     // Body clear of the road, cabin set back on top: the gap below shows the road.
-    scene.solids.push_back(makeBox(x, y, yawRad, halfLength, halfWidth, ground + 0.3,
-                                   ground + uniformIn(rng, 0.9, 1.05)));
+    scene.solids.push_back(
+        makeBox(x, y, yawRad, halfLength, halfWidth, ground + 0.3, ground + uniformIn(rng, 0.9, 1.05)));
     const double cabinShift = uniformIn(rng, -0.4, 0.1) * halfLength;
     scene.solids.push_back(makeBox(x + (cabinShift * std::cos(yawRad)), y + (cabinShift * std::sin(yawRad)),
                                    yawRad, halfLength * 0.55, halfWidth * 0.92, ground + 0.9,

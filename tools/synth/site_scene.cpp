@@ -89,9 +89,9 @@ void addWalls(Scene& scene, const Area& area, const std::vector<SetupPoint>& set
         const double halfLength = uniformIn(rng, 1.5, 5.0);
         Placement spot;
         if (!findSpot(area, setups, halfLength, rng, spot)) continue;
-        scene.solids.push_back(makeBox(spot.x, spot.y, spot.yawRad, halfLength, 0.1,
-                                       footingZ(scene.ground, spot.x, spot.y, halfLength),
-                                       groundHeight(scene.ground, spot.x, spot.y) + uniformIn(rng, 0.15, 0.9)));
+        scene.solids.push_back(makeBox(
+            spot.x, spot.y, spot.yawRad, halfLength, 0.1, footingZ(scene.ground, spot.x, spot.y, halfLength),
+            groundHeight(scene.ground, spot.x, spot.y) + uniformIn(rng, 0.15, 0.9)));
     }
 }
 
@@ -100,8 +100,9 @@ void addSmallObjects(Scene& scene, const Area& area, const std::vector<SetupPoin
     for (std::int32_t index = 0, count = countFor(area, 250.0); index < count; ++index) {
         if (!findSpot(area, setups, 0.2, rng, spot)) continue;
         const double radius = uniformIn(rng, 0.06, 0.12);
-        scene.solids.push_back(makeCylinder(spot.x, spot.y, radius, footingZ(scene.ground, spot.x, spot.y, radius),
-                                            groundHeight(scene.ground, spot.x, spot.y) + uniformIn(rng, 4.0, 8.0)));
+        scene.solids.push_back(
+            makeCylinder(spot.x, spot.y, radius, footingZ(scene.ground, spot.x, spot.y, radius),
+                         groundHeight(scene.ground, spot.x, spot.y) + uniformIn(rng, 4.0, 8.0)));
     }
     for (std::int32_t index = 0, count = countFor(area, 300.0); index < count; ++index) {
         if (findSpot(area, setups, 2.5, rng, spot)) addTree(scene, spot.x, spot.y, rng);

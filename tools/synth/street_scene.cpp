@@ -10,18 +10,18 @@
 namespace sorvek::synth {
 namespace {
 
-constexpr double kerbOffset = 5.5;       // metres from the street's axis to each kerb
-constexpr double kerbSegment = 4.0;      // kerb stones are laid in runs of this length
+constexpr double kerbOffset = 5.5;   // metres from the street's axis to each kerb
+constexpr double kerbSegment = 4.0;  // kerb stones are laid in runs of this length
 constexpr double degree = 0.017453292519943295;
 
 // Street coordinates: `along` the line in table order, `aside` to its left.
 struct StreetFrame {
     double alongX = 0.0;
     double alongY = 1.0;
-    double axisAside = 0.0;   // where the street's axis lies, across the line
-    double start = 0.0;       // first and last metre of the street along the line
+    double axisAside = 0.0;  // where the street's axis lies, across the line
+    double start = 0.0;      // first and last metre of the street along the line
     double end = 0.0;
-    double yawRad = 0.0;      // direction of the line from survey X
+    double yawRad = 0.0;  // direction of the line from survey X
 };
 
 struct PlanPoint {
@@ -31,7 +31,8 @@ struct PlanPoint {
 
 PlanPoint toPlan(const StreetFrame& street, double along, double aside) {
     const double offset = street.axisAside + aside;
-    return {(street.alongX * along) - (street.alongY * offset), (street.alongY * along) + (street.alongX * offset)};
+    return {(street.alongX * along) - (street.alongY * offset),
+            (street.alongY * along) + (street.alongX * offset)};
 }
 
 StreetFrame frameFor(const SurveySpec& spec, const std::vector<SetupPoint>& setups, double reach) {
@@ -78,10 +79,10 @@ void addBuildings(Scene& scene, const StreetFrame& street, double side, Rng& rng
         const double yawRad = street.yawRad + (uniformIn(rng, -4.0, 4.0) * degree);
         const PlanPoint centre = toPlan(street, along + (length * 0.5), side * (front + (depth * 0.5)));
         const double planRadius = std::sqrt(((length * length) + (depth * depth)) * 0.25);
-        scene.solids.push_back(makeBox(centre.x, centre.y, yawRad, length * 0.5, depth * 0.5,
-                                       footingZ(scene.ground, centre.x, centre.y, planRadius),
-                                       groundHeight(scene.ground, centre.x, centre.y) +
-                                           uniformIn(rng, 5.0, 18.0)));
+        scene.solids.push_back(
+            makeBox(centre.x, centre.y, yawRad, length * 0.5, depth * 0.5,
+                    footingZ(scene.ground, centre.x, centre.y, planRadius),
+                    groundHeight(scene.ground, centre.x, centre.y) + uniformIn(rng, 5.0, 18.0)));
         along += length + uniformIn(rng, 0.0, 1.0);
     }
 }
@@ -91,8 +92,9 @@ void addPavementObjects(Scene& scene, const StreetFrame& street, double side, Rn
          along += uniformIn(rng, 12.0, 20.0)) {
         const PlanPoint foot = toPlan(street, along, side * (kerbOffset + 0.4));
         const double radius = uniformIn(rng, 0.06, 0.12);
-        scene.solids.push_back(makeCylinder(foot.x, foot.y, radius, footingZ(scene.ground, foot.x, foot.y, radius),
-                                            groundHeight(scene.ground, foot.x, foot.y) + uniformIn(rng, 4.0, 8.0)));
+        scene.solids.push_back(
+            makeCylinder(foot.x, foot.y, radius, footingZ(scene.ground, foot.x, foot.y, radius),
+                         groundHeight(scene.ground, foot.x, foot.y) + uniformIn(rng, 4.0, 8.0)));
     }
     for (double along = street.start + uniformIn(rng, 0.0, 10.0); along < street.end;
          along += uniformIn(rng, 9.0, 22.0)) {
@@ -117,8 +119,8 @@ void addParkedCars(Scene& scene, const StreetFrame& street, double side, Rng& rn
 
 }  // namespace
 
-void buildStreet(Scene& scene, const SurveySpec& spec, const std::vector<SetupPoint>& setups,
-                 double reach, Rng& rng) {
+void buildStreet(Scene& scene, const SurveySpec& spec, const std::vector<SetupPoint>& setups, double reach,
+                 Rng& rng) {
     const StreetFrame street = frameFor(spec, setups, reach);
     for (const double side : {1.0, -1.0}) {
         addKerbs(scene, street, side);

@@ -63,13 +63,14 @@ bool writeTextPoints(const std::filesystem::path& path, const Cloud& cloud) {
 bool writeTruth(const std::filesystem::path& path, const std::vector<ScanPose>& poses) {
     FileHandle file = openFile(path.string(), "w");
     if (!file) return false;
-    std::fprintf(file.get(), "scanId,subId,name,trueHeadingDeg,headingErrorDeg,databaseHeadingDeg,"
-                             "x,y,z,rotXDeg,rotYDeg\n");
+    std::fprintf(file.get(),
+                 "scanId,subId,name,trueHeadingDeg,headingErrorDeg,databaseHeadingDeg,"
+                 "x,y,z,rotXDeg,rotYDeg\n");
     for (const ScanPose& pose : poses) {
         std::fprintf(file.get(), "%d,%d,%s,%.9f,%.9f,%.9f,%.6f,%.6f,%.6f,%.9f,%.9f\n",
                      static_cast<int>(pose.scanId), static_cast<int>(pose.subId), pose.name.c_str(),
-                     pose.trueHeadingDeg, pose.headingErrorDeg, databaseHeadingDeg(pose), pose.x,
-                     pose.y, pose.z, pose.rotXDeg, pose.rotYDeg);
+                     pose.trueHeadingDeg, pose.headingErrorDeg, databaseHeadingDeg(pose), pose.x, pose.y,
+                     pose.z, pose.rotXDeg, pose.rotYDeg);
     }
     return finish(file);
 }
@@ -124,7 +125,8 @@ bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, st
             std::fflush(progress);
         }
     }
-    if (!writeTruth(outDir / (spec.name + "_truth.csv"), poses)) return fail(outDir / (spec.name + "_truth.csv"));
+    if (!writeTruth(outDir / (spec.name + "_truth.csv"), poses))
+        return fail(outDir / (spec.name + "_truth.csv"));
     if (!writeOptionFile(outDir / "sorvek.txt", spec)) return fail(outDir / "sorvek.txt");
     return true;
 }

@@ -32,6 +32,8 @@ TEST(SynthProgram, JobLoadsInSorvekWithItsNamesNeighboursAndCounts) {
     spec.scans = 3;
     spec.points = 3000;
     spec.name = "job";
+    spec.offsetX = 731000.0;  // survey-sized coordinates, taken off again by TRANSX and TRANSY
+    spec.offsetY = 5612000.0;
     const fs::path dir = sorvek::testing::makeScratchDir("synth-load");
     std::string error;
     ASSERT_TRUE(writeSurvey(spec, dir, error)) << error;

@@ -88,7 +88,9 @@ bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& spec) 
     std::fprintf(file.get(), "GPSMINDIST 0.0\nGPSMAXDIST %.6f\nDATADIR %d\n", gpsMaxDistance(spec),
                  isEastWest ? 1 : 0);
     std::fprintf(file.get(), "TRANSX %.6f\nTRANSY %.6f\nZEROPAD 1\n", translationX(spec), translationY(spec));
-    std::fprintf(file.get(), "MINRANGE 0.0\nMAXRANGE %.6f\nALPHA %.6f\n", spec.rangeLimit + 1.0, searchDeg);
+    // No MINRANGE or MAXRANGE: the text reader measures range from the set-up to points it
+    // takes to be in the survey frame, which the scanner-frame text files are not.
+    std::fprintf(file.get(), "ALPHA %.6f\n", searchDeg);
     return finish(file);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
@@ -32,14 +33,27 @@ void printProgress(const Run& run, double rms, const SearchThresholds& limits) {
                 static_cast<double>(limits.maxDist));
 }
 
-// Grids and sorts both work clouds on the overlap of their current boxes.
-void gridBothWorkClouds(Run& run) {
+bool isSameGrid(const CubeGrid& first, const CubeGrid& second) {
+    return first.nx == second.nx && first.ny == second.ny && first.nz == second.nz &&
+           first.originX == second.originX && first.originY == second.originY &&
+           first.originZ == second.originZ && first.cubeCount == second.cubeCount &&
+           first.isTooLarge == second.isTooLarge;
+}
+
+// Grids and sorts both work clouds on the overlap of their current boxes. The first cloud
+// does not move during a candidate, so when the new box lays the same grid as last time
+// its cubes would come out the same and the stable sort would leave it as it is: both
+// are skipped, which changes no bit of the result.
+void gridBothWorkClouds(Run& run, std::optional<CubeGrid>& firstWorkGrid) {
     PairState& pair = run.pair;
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
-    assignCubes(run, pair.firstWork, pair.overlapBounds, run.options.ZMIN);
+    const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
+    const bool isFirstCurrent = firstWorkGrid && isSameGrid(*firstWorkGrid, grid);
+    if (!isFirstCurrent) assignCubes(run, pair.firstWork, pair.overlapBounds, run.options.ZMIN);
     assignCubes(run, pair.secondWork, pair.overlapBounds, run.options.ZMIN);
-    sortByCube(pair.firstWork, pair.buffers.sortScratch);
+    if (!isFirstCurrent) sortByCube(pair.firstWork, pair.buffers.sortScratch);
     sortByCube(pair.secondWork, pair.buffers.sortScratch);
+    firstWorkGrid = grid;
 }
 
 // Drives secondTotal to convergence against firstWork. Every pass rebuilds the second
@@ -49,12 +63,13 @@ void convergeSecondRotation(Run& run, const PairMeasures& measures,
                             std::int32_t& pointCount) {
     PairState& pair = run.pair;
     const ScanRecord& secondScan = secondScanOf(run);
+    std::optional<CubeGrid> firstWorkGrid;  // none yet: firstWork was just turned anew
     for (std::int32_t pass = 0; pass < maxPassesPerCandidate; ++pass) {
         double secondStep = 0.0;  // an estimate with too few pairs leaves its angle unwritten
         rotatedCopy(pair.secondCloud, state.secondTotal, secondScan.gpsX, secondScan.gpsY,
                     pair.secondWork);
         pair.secondBounds = computeBounds(pair.secondWork);
-        gridBothWorkClouds(run);
+        gridBothWorkClouds(run, firstWorkGrid);
         measures.estimate(run, pair.firstWork, pair.secondWork,
                           static_cast<double>(limits.maxDist), static_cast<double>(limits.minDist),
                           pointCount, secondStep, secondScan.gpsX, secondScan.gpsY,

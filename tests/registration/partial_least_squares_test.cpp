@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <deque>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "points/cube_sort.h"
 #include "registration/solver_probe.h"
 #include "registration/synthetic_pair.h"
 
@@ -306,6 +308,62 @@ TEST(PartialLeastSquaresOnScans, DefaultOptionsUndoAHeadingErrorOnEitherScan) {
                     c.secondErrorDeg - c.firstErrorDeg, 0.05);
         EXPECT_NE(solved.printed.find("rotations of Scan 1 = "), std::string::npos);
     }
+}
+
+bool isSameBox(const CloudBounds& first, const CloudBounds& second) {
+    return first.minX == second.minX && first.maxX == second.maxX && first.minY == second.minY &&
+           first.maxY == second.maxY && first.minZ == second.minZ && first.maxZ == second.maxZ;
+}
+
+TEST(PartialLeastSquaresOnScans, EveryEstimateSeesBothCloudsFreshlyGriddedAndSorted) {
+    sorvek::Run run;
+    run.options = probe::optionsInRadians();
+    run.options.MAXITER = 1;
+    synthetic::PairSpec spec;
+    spec.label = "pls_regrid";
+    synthetic::prepareSyntheticPair(run, spec);
+    PairMeasures checked = standardPairMeasures();
+    const RotationEstimateCall real = checked.estimate;
+    std::int32_t mismatches = 0;
+    std::int32_t estimates = 0;
+    std::int32_t gridChanges = 0;
+    CloudBounds lastBox;
+    checked.estimate = [&](sorvek::Run& inner, std::span<const PointRecord> subject,
+                           std::span<const PointRecord> reference, double maxDistance,
+                           double minDistance, std::int32_t& accepted, double& rotationOut,
+                           double pivotX, double pivotY, double zMin) {
+        // A full rebuild, as if nothing were skipped: assign and sort in the current order.
+        Cloud scratch;
+        for (const std::span<const PointRecord> cloud : {subject, reference}) {
+            Cloud rebuilt(cloud.begin(), cloud.end());
+            assignCubes(inner, rebuilt, inner.pair.overlapBounds, zMin);
+            sortByCube(rebuilt, scratch);
+            if (std::memcmp(rebuilt.data(), cloud.data(), cloud.size_bytes()) != 0) ++mismatches;
+        }
+        if (estimates > 0 && !isSameBox(lastBox, inner.pair.overlapBounds)) {
+            const CubeGrid before = layCubeGrid(inner.options, lastBox, zMin);
+            const CubeGrid after = layCubeGrid(inner.options, inner.pair.overlapBounds, zMin);
+            if (before.originX != after.originX || before.originY != after.originY ||
+                before.nx != after.nx || before.ny != after.ny) {
+                ++gridChanges;
+            }
+        }
+        lastBox = inner.pair.overlapBounds;
+        ++estimates;
+        const double rms = real(inner, subject, reference, maxDistance, minDistance, accepted,
+                                rotationOut, pivotX, pivotY, zMin);
+        // Forced steps of a quarter degree keep the passes going and sweep the second
+        // cloud's box across whole-cube boundaries, so that the grid really changes.
+        if (estimates <= 60) rotationOut = 0.004;
+        return rms;
+    };
+    double firstDeg = 0.0;
+    double secondDeg = 0.0;
+    std::int32_t pointCount = 0;
+    printedBy([&] { solvePartialLeastSquaresWith(run, checked, firstDeg, secondDeg, pointCount); });
+    EXPECT_GT(estimates, 60);
+    EXPECT_GT(gridChanges, 0);
+    EXPECT_EQ(mismatches, 0);
 }
 
 TEST(PartialLeastSquaresOnScans, PointToPointSearchesTheFirstRotationAlone) {

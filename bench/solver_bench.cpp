@@ -1,0 +1,213 @@
+// One whole registration per solver on synthetic street pairs of 100k and 1M points per
+// cloud, the second scan's heading written 0.5 degrees wrong. Each run reports its wall
+// time, the estimates or measures it made and their rate, and the rotation it found
+// against the truth.
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "points/pair_preparation.h"
+#include "registration/iterative_search.h"
+#include "registration/pair_measures.h"
+#include "registration/partial_least_squares.h"
+#include "registration/ping_pong.h"
+#include "synth/synth.h"
+
+namespace {
+
+using namespace sorvek;
+
+constexpr double headingErrorDeg = 0.5;  // written into the second scan's row
+
+// One prepared pair, ready for any solver.
+struct BenchPair {
+    std::int64_t pointsPerCloud = 0;
+    Run run;
+    std::filesystem::path dir;  // the two .bxyz files
+};
+
+// Stage messages and progress lines would flood the report; they go to /dev/null while
+// a pair is prepared or solved.
+struct SilencedOutput {
+    int savedOut = -1;
+};
+
+SilencedOutput silence() {
+    std::fflush(stdout);
+    SilencedOutput saved{dup(1)};
+    const int devNull = open("/dev/null", O_WRONLY);
+    dup2(devNull, 1);
+    close(devNull);
+    return saved;
+}
+
+void restore(const SilencedOutput& saved) {
+    std::fflush(stdout);
+    dup2(saved.savedOut, 1);
+    close(saved.savedOut);
+}
+
+ScanRecord scanRow(const synth::ScanPose& pose, double errorDeg, const std::string& file) {
+    ScanRecord scan;
+    scan.gpsX = pose.x;
+    scan.gpsY = pose.y;
+    scan.gpsZ = pose.z;
+    scan.rotX = pose.rotXDeg * degToRad;
+    scan.rotY = pose.rotYDeg * degToRad;
+    scan.rotZ = (pose.trueHeadingDeg + errorDeg) * degToRad;
+    scan.scanId = pose.scanId;
+    scan.fileName = file;
+    return scan;
+}
+
+std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
+    auto pair = std::make_unique<BenchPair>();
+    pair->pointsPerCloud = pointsPerCloud;
+    synth::SurveySpec spec;
+    spec.scans = 2;
+    spec.points = pointsPerCloud;
+    spec.spacing = 15.0;
+    spec.seed = 7;
+    const std::vector<synth::ScanPose> poses = synth::planScans(spec);
+    const synth::SceneHandle scene = synth::makeScene(spec, poses);
+    pair->dir = std::filesystem::temp_directory_path() /
+                ("sorvek-solver-bench-" + std::to_string(pointsPerCloud));
+    std::filesystem::create_directories(pair->dir);
+    Run& run = pair->run;
+    for (std::size_t k = 0; k < 2; ++k) {
+        const std::string file = (pair->dir / ("scan" + std::to_string(k + 1) + ".bxyz")).string();
+        const Cloud cloud = synth::sampleScan(scene, poses[k], spec);
+        const FileHandle out = openFile(file, "wb");
+        if (out) std::fwrite(cloud.data(), sizeof(PointRecord), cloud.size(), out.get());
+        run.state.scans.push_back(scanRow(poses[k], k == 1 ? headingErrorDeg : 0.0, file));
+    }
+    // The options as the menu leaves them: angles in radians.
+    run.options.ALPHA = run.options.ALPHA * degToRad;
+    run.options.ALPHATHRESH = run.options.ALPHATHRESH * degToRad;
+    run.state.scanCount = 2;
+    run.state.progressScans = 2;
+    run.state.percentStep = 100.0 / (run.options.MAXITER * 2.0);
+    run.pair.firstIndex = 0;
+    run.pair.secondIndex = 1;
+    run.pair.firstPath = run.state.scans[0].fileName;
+    run.pair.secondPath = run.state.scans[1].fileName;
+    const SilencedOutput saved = silence();
+    prepareScanPair(run);
+    restore(saved);
+    return pair;
+}
+
+// The real measuring passes, counted.
+struct CountedMeasures {
+    std::int64_t measures = 0;
+    std::int64_t estimates = 0;
+
+    PairMeasures calls() {
+        const PairMeasures real = standardPairMeasures();
+        PairMeasures counted;
+        counted.measure = [this, real](Run& run, std::span<const PointRecord> subject,
+                                       std::span<const PointRecord> reference, double maxDistance,
+                                       std::int32_t& accepted, double zMin) {
+            ++measures;
+            return real.measure(run, subject, reference, maxDistance, accepted, zMin);
+        };
+        counted.estimate = [this, real](Run& run, std::span<const PointRecord> subject,
+                                        std::span<const PointRecord> reference, double maxDistance,
+                                        double minDistance, std::int32_t& accepted,
+                                        double& rotationOut, double pivotX, double pivotY,
+                                        double zMin) {
+            ++estimates;
+            return real.estimate(run, subject, reference, maxDistance, minDistance, accepted,
+                                 rotationOut, pivotX, pivotY, zMin);
+        };
+        return counted;
+    }
+};
+
+enum class SolverKind { pingPong, partialLeastSquares, iterativeSearch };
+
+double solveWith(SolverKind kind, Run& run, const PairMeasures& calls, double& firstDeg,
+                 double& secondDeg) {
+    std::int32_t pointCount = 0;
+    std::int32_t iterationCount = 0;
+    switch (kind) {
+    case SolverKind::pingPong:
+        return solvePingPongWith(run, calls, firstDeg, secondDeg, pointCount, iterationCount);
+    case SolverKind::partialLeastSquares:
+        return solvePartialLeastSquaresWith(run, calls, firstDeg, secondDeg, pointCount);
+    case SolverKind::iterativeSearch:
+        return solveIterativeSearchWith(run, calls, firstDeg, secondDeg, pointCount);
+    }
+    return 999.0;
+}
+
+void benchSolver(benchmark::State& state, BenchPair& pair, SolverKind kind) {
+    CountedMeasures counter;
+    const PairMeasures calls = counter.calls();
+    double rms = 0.0;
+    double firstDeg = 0.0;
+    double secondDeg = 0.0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        // Ping Pong starts from stored rotations and stores its own: start every run clean.
+        for (ScanRecord& scan : pair.run.state.scans) {
+            scan.northRotation = noRotation;
+            scan.southRotation = noRotation;
+        }
+        const SilencedOutput saved = silence();
+        state.ResumeTiming();
+        rms = solveWith(kind, pair.run, calls, firstDeg, secondDeg);
+        state.PauseTiming();
+        restore(saved);
+        state.ResumeTiming();
+    }
+    const double calls_made = static_cast<double>(counter.measures + counter.estimates);
+    state.counters["estimates"] = static_cast<double>(counter.estimates);
+    state.counters["measures"] = static_cast<double>(counter.measures);
+    state.counters["calls/s"] = benchmark::Counter(calls_made, benchmark::Counter::kIsRate);
+    state.counters["initialRms"] = static_cast<double>(pair.run.pair.initialRms);
+    state.counters["rms"] = rms;
+    state.counters["firstDeg"] = firstDeg;
+    state.counters["secondDeg"] = secondDeg;
+    // The truth: first minus second undoes (second error - first error).
+    state.counters["errorDeg"] = (firstDeg - secondDeg) - headingErrorDeg;
+}
+
+void registerSolvers(BenchPair& pair) {
+    const std::string size = "/" + std::to_string(pair.pointsPerCloud);
+    const auto add = [&](const std::string& name, SolverKind kind) {
+        benchmark::RegisterBenchmark((name + size).c_str(), benchSolver, std::ref(pair), kind)
+            ->Unit(benchmark::kSecond)
+            ->Iterations(1)
+            ->UseRealTime();
+    };
+    add("pingPong", SolverKind::pingPong);
+    add("partialLeastSquares", SolverKind::partialLeastSquares);
+    add("iterativeSearch", SolverKind::iterativeSearch);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    std::vector<std::unique_ptr<BenchPair>> pairs;
+    for (const std::int64_t points : {100000, 1000000}) {
+        std::fprintf(stderr, "generating a street pair of %lld points per cloud\n",
+                     static_cast<long long>(points));
+        pairs.push_back(makePair(points));
+        registerSolvers(*pairs.back());
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    for (const auto& pair : pairs) std::filesystem::remove_all(pair->dir);
+    return 0;
+}

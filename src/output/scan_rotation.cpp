@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <optional>
 #include <span>
 #include <sstream>
 #include <string>
@@ -195,10 +196,10 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
 // The written point of a binary scan: back through the scan transform when it was
 // applied, so that the file keeps the frame of the scan's own file. Component i is the
 // sum over k of R[k][i] * (p[k] - t[k]), k in order.
-void writeBinaryPoint(const ScanMatrix* matrix, const std::array<double, 3>& p,
+void writeBinaryPoint(const std::optional<ScanMatrix>& matrix, const std::array<double, 3>& p,
                       std::FILE* pointFile) {
     std::array<double, 3> written = p;
-    if (matrix != nullptr) {
+    if (matrix) {
         const auto& m = matrix->m;
         const std::array<double, 3> offset = {p[0] - m[0][3], p[1] - m[1][3], p[2] - m[2][3]};
         for (std::size_t i = 0; i < 3; ++i) {
@@ -214,12 +215,11 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
     std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
     const std::int32_t pointCount = countAsInt32(cloud.size());
     const ScanTurn turn = chooseTurn(table, scan, pointCount, output.rotFile);
-    ScanMatrix matrix;
-    const bool isTransformed = run.options.SCANTRANSFORM == 0;
-    if (isTransformed) {
+    std::optional<ScanMatrix> matrix;
+    if (run.options.SCANTRANSFORM == 0) {
         matrix =
             buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY, scan.gpsZ);
-        applyMatrix(cloud, matrix);
+        applyMatrix(cloud, *matrix);
     }
     const bool isFiltered = run.options.APPLYFILTER != 0;
     for (const PointRecord& record : cloud) {
@@ -228,7 +228,7 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
             turnAboutScanner(turn, scan, record.x - scan.gpsX, record.y - scan.gpsY, p[0], p[1]);
         }
         if (isFiltered && !passesOutputFilter(run.options, scan, p[0], p[1], p[2])) continue;
-        writeBinaryPoint(isTransformed ? &matrix : nullptr, p, output.pointFile);
+        writeBinaryPoint(matrix, p, output.pointFile);
         ++output.pointsWritten;
     }
     finishScan(output, std::move(pointFile), pointCount);

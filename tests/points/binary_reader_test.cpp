@@ -103,6 +103,26 @@ TEST(BinaryReader, KeepsTheCapacityOfTheCloudItFills) {
     EXPECT_EQ(cloud.data(), storage);
 }
 
+// A sparse file of 2^31 records (64 GiB) costs no disk space and is refused before any
+// allocation, like a file that does not open.
+TEST(BinaryReader, RefusesAFileOf2To31RecordsLikeOneThatDoesNotOpen) {
+    const std::filesystem::path dir = testing::makeScratchDir("binary-reader");
+    const std::filesystem::path path = dir / "huge.bxyz";
+    testing::writeFile(path, "");
+    std::error_code error;
+    std::filesystem::resize_file(path, std::uintmax_t{1} << 36, error);
+    if (error) GTEST_SKIP() << "no sparse files here: " << error.message();
+    Cloud cloud(2);
+    bool opened = true;
+    const Messages messages = readCapturing(path.string(), cloud, opened);
+    std::filesystem::remove(path);
+    EXPECT_FALSE(opened);
+    EXPECT_TRUE(cloud.empty());
+    EXPECT_EQ(messages.out, "");
+    EXPECT_EQ(messages.err, "Could not open input file " + path.string() +
+                                ".  Skipping to next! \n\n0 points successfully loaded! \n");
+}
+
 TEST(PointFileKind, KnowsTextByItsFirstBytes) {
     const std::filesystem::path dir = testing::makeScratchDir("file-kind");
     const std::string line = "1.000,2.000,3.000\r\n\t# a comment line\n";  // 38 bytes

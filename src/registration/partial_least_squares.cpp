@@ -168,9 +168,10 @@ double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
         walkCandidates(run, measures, walk, limits, iteration, state, pointCount);
         // All three must hold: settled rotations with a poor RMS search on, and so does
         // a good RMS with rotations still moving.
-        const bool isSettled = options.ALPHATHRESH >= std::fabs(previousBestFirst - state.bestFirst) &&
-                               options.ALPHATHRESH >= std::fabs(previousBestSecond - state.bestSecond) &&
-                               options.RMSTHRESH > state.bestRms;
+        const bool isSettled =
+            options.ALPHATHRESH >= std::fabs(previousBestFirst - state.bestFirst) &&
+            options.ALPHATHRESH >= std::fabs(previousBestSecond - state.bestSecond) &&
+            options.RMSTHRESH > state.bestRms;
         if (isSettled) break;
         previousBestFirst = state.bestFirst;
         previousBestSecond = state.bestSecond;

@@ -24,7 +24,8 @@ double wholePercentOfPairs(std::int32_t pairsDone, std::int32_t progressScans) {
 double partialLeastSquaresPercent(std::int32_t pairsDone, std::int32_t progressScans,
                                   std::int32_t iteration, std::int32_t maxIterations) {
     if (progressScans == 0 || maxIterations == 0) return 0.0;
-    const double iterationShare = static_cast<double>(iteration) / static_cast<double>(maxIterations);
+    const double iterationShare =
+        static_cast<double>(iteration) / static_cast<double>(maxIterations);
     const double pairsAndShare = static_cast<double>(pairsDone) + iterationShare;
     return (100.0 * pairsAndShare) / static_cast<double>(progressScans);
 }

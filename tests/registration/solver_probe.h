@@ -64,7 +64,8 @@ inline double turnOf(std::span<const PointRecord> cloud, const ScanRecord& scan)
 inline constexpr double turnTolerance = 1e-13;
 
 inline bool endsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 // Runs `solve` with standard output captured and returns what it printed.

@@ -8,30 +8,23 @@
 #include <string>
 #include <vector>
 
-#include "run/records.h"
+#include "registration/solver_probe.h"
 
 namespace sorvek {
 namespace {
 
-std::string tenDecimals(double value) {
+std::string printed(const char* format, double value) {
     char text[64];
-    std::snprintf(text, sizeof text, "%.10f", value);
+    std::snprintf(text, sizeof text, format, value);
     return text;
 }
 
-RunOptions optionsWithRadians() {
-    RunOptions options;
-    options.ALPHA = options.ALPHA * degToRad;
-    options.ALPHATHRESH = options.ALPHATHRESH * degToRad;
-    return options;
-}
-
-// Values on one axis of a trial grid, as the solver's walk visits them.
+// Values on one axis of a trial grid, or candidates of a walk, as the solvers visit them.
 std::vector<double> trialValues(const TrialGrid& grid) {
     std::vector<double> values;
     const double trialLimit = std::fabs(grid.trialStart);
-    if (!(trialLimit > grid.trialStart)) return values;
     double trial = grid.trialStart;
+    if (!(trialLimit > trial)) return values;
     while (stepForward(trial, grid.trialStep)) {
         values.push_back(trial);
         if (!(trialLimit > trial)) break;
@@ -39,253 +32,148 @@ std::vector<double> trialValues(const TrialGrid& grid) {
     return values;
 }
 
-// Candidates of one searched iteration, as the solver's walk tries them.
 std::vector<double> candidates(const CandidateWalk& walk) {
     std::vector<double> tried;
-    double candidate = walk.firstCandidate;
-    while (walk.upperAngle > candidate) {
+    for (double candidate = walk.firstCandidate; walk.upperAngle > candidate;) {
         tried.push_back(candidate);
         if (!stepForward(candidate, walk.searchStep)) break;
     }
     return tried;
 }
 
-TEST(PingPongSchedule, ThreeCyclesDescendLinearlyAndEndExactlyAtTheFinalValue) {
-    RunOptions options;  // MAXREPEAT 3, 0.5 to 0.1, minimum distances 0.0
-    const double expected[] = {0.5, 0.3, 0.1};
-    for (std::int32_t cycle = 0; cycle < 3; ++cycle) {
-        SCOPED_TRACE(cycle);
-        const PingPongThresholds limits = pingPongThresholds(options, cycle);
-        EXPECT_NEAR(limits.maxDist, expected[cycle], 1e-15);
+TEST(PingPongSchedule, ThreeAndTwelveCyclesDescendToExactlyTheFinalValue) {
+    struct Case {
+        std::int32_t cycles;
+        std::int32_t cycle;
+        std::int32_t position;
+        const char* maxDist;
+    };
+    const Case cases[] = {
+        {3, 0, 0, "0.500000"},   {3, 1, 1, "0.300000"},   {3, 2, 2, "0.100000"},
+        {12, 0, 0, "0.500000"},  {12, 1, 1, "0.463636"},  {12, 4, 4, "0.354545"},
+        {12, 5, 6, "0.281818"},  {12, 9, 10, "0.136364"}, {12, 10, 12, "0.100000"},
+        {12, 11, 13, "0.100000"}, {10, 9, 9, "0.100000"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.cycles * 100 + c.cycle);
+        RunOptions options;
+        options.MAXREPEAT = c.cycles;
+        EXPECT_EQ(schedulePosition(c.cycle, c.cycles), c.position);
+        const PingPongThresholds limits = pingPongThresholds(options, c.cycle);
+        EXPECT_EQ(printed("%f", limits.maxDist), c.maxDist);
+        // The settled test compares for equality: the final value must be exact.
+        EXPECT_EQ(limits.maxDist == 0.1, std::string(c.maxDist) == "0.100000");
         EXPECT_EQ(limits.minDist, 0.0F);
     }
-    // The line itself ends just below 0.1; the clamp makes the last cycle exactly final,
-    // which the settled test at the end of a cycle compares for equality.
-    EXPECT_LT(scheduledDistance(0.5, 0.1, 2, 3), 0.1);
-    EXPECT_EQ(pingPongThresholds(options, 2).maxDist, 0.1);
+    EXPECT_LT(scheduledDistance(0.5, 0.1, 2, 3), 0.1);  // the clamp is what makes it exact
 }
 
-TEST(PingPongSchedule, TwelveCyclesReachTheFinalValueAtCycleTen) {
-    RunOptions options;
-    options.MAXREPEAT = 12;
-    struct Case { std::int32_t cycle; std::int32_t position; const char* maxDist; };
-    const Case cases[] = {
-        {0, 0, "0.500000"},  {1, 1, "0.463636"},  {2, 2, "0.427273"}, {3, 3, "0.390909"},
-        {4, 4, "0.354545"},  {5, 6, "0.281818"},  {6, 7, "0.245455"}, {7, 8, "0.209091"},
-        {8, 9, "0.172727"},  {9, 10, "0.136364"}, {10, 12, "0.100000"}, {11, 13, "0.100000"}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.cycle);
-        EXPECT_EQ(schedulePosition(c.cycle, options.MAXREPEAT), c.position);
-        char shown[32];
-        std::snprintf(shown, sizeof shown, "%f", pingPongThresholds(options, c.cycle).maxDist);
-        EXPECT_STREQ(shown, c.maxDist);
-    }
-    EXPECT_EQ(pingPongThresholds(options, 10).maxDist, options.MAXDISTFINAL);
-    EXPECT_EQ(pingPongThresholds(options, 11).maxDist, options.MAXDISTFINAL);
-    EXPECT_GT(pingPongThresholds(options, 9).maxDist, options.MAXDISTFINAL);
-}
-
-TEST(PingPongSchedule, TenCyclesAreFinalFromIndexNine) {
-    EXPECT_EQ(schedulePosition(9, 10), 9);
-    RunOptions options;
-    options.MAXREPEAT = 10;
-    EXPECT_EQ(pingPongThresholds(options, 9).maxDist, options.MAXDISTFINAL);
-    EXPECT_GT(pingPongThresholds(options, 8).maxDist, options.MAXDISTFINAL);
-}
-
-TEST(PingPongSchedule, MinimumIsHeldInThirtyTwoBitsSoAFinalOfOneHundredthNeverMatches) {
+TEST(PingPongSchedule, TheMinimumIsHeldInThirtyTwoBitsSoOneHundredthNeverMatches) {
     RunOptions options;
     options.MINDISTINITIAL = 0.05;
     options.MINDISTFINAL = 0.01;
     const PingPongThresholds last = pingPongThresholds(options, 2);
-    char twelve[32];
-    std::snprintf(twelve, sizeof twelve, "%.12f", static_cast<double>(last.minDist));
-    EXPECT_STREQ(twelve, "0.009999999776");
+    EXPECT_EQ(printed("%.12f", static_cast<double>(last.minDist)), "0.009999999776");
     EXPECT_NE(static_cast<double>(last.minDist), options.MINDISTFINAL);
-    // The middle cycle: 0.03 rounded to 32 bits.
     EXPECT_EQ(pingPongThresholds(options, 1).minDist, 0.03F);
 }
 
-TEST(PingPongSchedule, ClampsHoldEachLimitAtOrAboveItsFinalValue) {
-    RunOptions options;
-    options.MINDISTINITIAL = 0.0;
-    options.MINDISTFINAL = 0.02;   // a rising line is flattened at the final value
-    options.MAXDISTINITIAL = 0.05;
-    options.MAXDISTFINAL = 0.1;
-    for (std::int32_t cycle = 0; cycle < 3; ++cycle) {
-        SCOPED_TRACE(cycle);
-        const PingPongThresholds limits = pingPongThresholds(options, cycle);
-        EXPECT_EQ(limits.maxDist, 0.1);
-        EXPECT_EQ(limits.minDist, 0.02F);
-    }
-}
-
-TEST(PingPongSchedule, ASingleCycleRunsAtTheFinalValues) {
-    RunOptions options;
-    options.MAXREPEAT = 1;
-    options.MINDISTINITIAL = 0.05;
-    options.MINDISTFINAL = 0.01;
-    const PingPongThresholds limits = pingPongThresholds(options, 0);
-    EXPECT_EQ(limits.maxDist, 0.1);
-    EXPECT_EQ(limits.minDist, 0.01F);
-    EXPECT_FALSE(std::isnan(limits.maxDist));
-}
-
-TEST(SearchSchedule, DefaultFiveIterationsNarrowInThirtyTwoBitSteps) {
-    RunOptions options;
+TEST(SearchSchedule, DefaultIterationsNarrowInThirtyTwoBitSteps) {
     const char* expected[] = {"0.5000000000", "0.4000000060", "0.3000000119", "0.2000000030",
                               "0.1000000015"};
     for (std::int32_t iteration = 0; iteration < 5; ++iteration) {
         SCOPED_TRACE(iteration);
-        const SearchThresholds limits = partialLeastSquaresThresholds(options, iteration);
-        EXPECT_EQ(tenDecimals(static_cast<double>(limits.maxDist)), expected[iteration]);
+        const SearchThresholds limits = partialLeastSquaresThresholds(RunOptions{}, iteration);
+        EXPECT_EQ(printed("%.10f", static_cast<double>(limits.maxDist)), expected[iteration]);
         EXPECT_EQ(limits.minDist, 0.0F);
     }
 }
 
-TEST(SearchSchedule, ClampComparesTheWidenedValueAndStoresTheFinalInThirtyTwoBits) {
-    RunOptions options;
-    options.MAXITER = 12;
-    // From index 10 on the position passes MAXITER - 1 and the clamp takes over.
-    const SearchThresholds clamped = partialLeastSquaresThresholds(options, 10);
-    EXPECT_EQ(clamped.maxDist, 0.1F);
-    EXPECT_GT(static_cast<double>(partialLeastSquaresThresholds(options, 9).maxDist), 0.1);
-    options.MINDISTINITIAL = 0.0;
-    options.MINDISTFINAL = 0.03;
-    EXPECT_EQ(partialLeastSquaresThresholds(options, 0).minDist, 0.03F);
+TEST(Schedules, ClampsHoldTheFinalValuesAndASingleStepRunsAtThem) {
+    RunOptions rising;  // limits that rise towards the final value are held at it
+    rising.MINDISTFINAL = 0.02;
+    rising.MAXDISTINITIAL = 0.05;
+    EXPECT_EQ(pingPongThresholds(rising, 0).maxDist, 0.1);
+    EXPECT_EQ(pingPongThresholds(rising, 0).minDist, 0.02F);
+    EXPECT_EQ(partialLeastSquaresThresholds(rising, 0).minDist, 0.02F);
+    RunOptions twelve;
+    twelve.MAXITER = 12;
+    EXPECT_EQ(partialLeastSquaresThresholds(twelve, 10).maxDist, 0.1F);
+    EXPECT_GT(static_cast<double>(partialLeastSquaresThresholds(twelve, 9).maxDist), 0.1);
+
+    RunOptions single;  // one cycle or iteration would divide 0 by 0
+    single.MAXREPEAT = 1;
+    single.MAXITER = 1;
+    single.MINDISTINITIAL = 0.05;
+    single.MINDISTFINAL = 0.01;
+    EXPECT_EQ(pingPongThresholds(single, 0).maxDist, 0.1);
+    EXPECT_EQ(pingPongThresholds(single, 0).minDist, 0.01F);
+    EXPECT_EQ(partialLeastSquaresThresholds(single, 0).maxDist, 0.1F);
+    EXPECT_EQ(partialLeastSquaresThresholds(single, 0).minDist, 0.01F);
 }
 
-TEST(SearchSchedule, ASingleIterationRunsAtTheFinalValues) {
-    RunOptions options;
-    options.MAXITER = 1;
-    options.MINDISTFINAL = 0.01;
-    const SearchThresholds limits = partialLeastSquaresThresholds(options, 0);
-    EXPECT_EQ(limits.maxDist, 0.1F);
-    EXPECT_EQ(limits.minDist, 0.01F);
-}
-
-TEST(SearchSchedule, ThresholdsBeyondFloatRangeRoundAsIeeeDoes) {
-    RunOptions options;
-    options.MAXITER = 1;
-    options.MAXDISTFINAL = 1e300;
-    options.MINDISTFINAL = -3.5e38;
-    const SearchThresholds limits = partialLeastSquaresThresholds(options, 0);
+TEST(Schedules, HugeCountsWrapAndHugeLimitsRoundWithoutUndefinedBehaviour) {
+    EXPECT_EQ(schedulePosition(50000, 50000), -179496729);  // 2500000000 wraps in 32 bits
+    RunOptions huge;
+    huge.MAXITER = 1;
+    huge.MAXDISTFINAL = 1e300;
+    huge.MINDISTFINAL = 3.4028235e38;  // above the largest float, below the halfway point
+    const SearchThresholds limits = partialLeastSquaresThresholds(huge, 0);
     EXPECT_EQ(limits.maxDist, std::numeric_limits<float>::infinity());
-    EXPECT_EQ(limits.minDist, -std::numeric_limits<float>::infinity());
-    options.MAXDISTFINAL = 3.4028235e38;  // just above the largest float, below halfway
-    EXPECT_EQ(partialLeastSquaresThresholds(options, 0).maxDist,
-              std::numeric_limits<float>::max());
+    EXPECT_EQ(limits.minDist, std::numeric_limits<float>::max());
 }
 
-TEST(SchedulePosition, WrapsLikeThirtyTwoBitArithmeticForHugeCounts) {
-    // 50000 * 50000 = 2500000000 wraps to -1794967296.
-    EXPECT_EQ(schedulePosition(50000, 50000), -179496729);
-    EXPECT_EQ(schedulePosition(7, 9), 7);
-    EXPECT_EQ(schedulePosition(5, 12), 6);
-}
-
-TEST(CandidateWalk, DefaultIterationsTryTenTenFourFourFourCandidates) {
-    const RunOptions options = optionsWithRadians();
-    struct Row { double rangeDeg; double stepDeg; std::size_t count; };
-    const Row rows[] = {{2.0, 0.4, 10}, {0.4, 0.08, 10}, {0.08, 0.04, 4}, {0.04, 0.02, 4},
-                        {0.02, 0.01, 4}};
+TEST(CandidateWalk, DefaultsTryTenTenFourFourFourCandidates) {
+    const RunOptions options = probe::optionsInRadians();
+    const double stepDeg[] = {0.4, 0.08, 0.04, 0.02, 0.01};
+    const std::size_t count[] = {10, 10, 4, 4, 4};
     double searchRange = options.ALPHA;
     for (std::int32_t iteration = 0; iteration < 5; ++iteration) {
         SCOPED_TRACE(iteration);
-        const Row& row = rows[iteration];
-        EXPECT_NEAR(searchRange * radToDeg, row.rangeDeg, 1e-12);
         const CandidateWalk walk = candidateWalk(searchRange, 0.0, options.ALPHAINC, iteration);
-        EXPECT_NEAR(walk.searchStep * radToDeg, row.stepDeg, 1e-12);
-        const std::vector<double> tried = candidates(walk);
-        EXPECT_EQ(tried.size(), row.count);
-        EXPECT_EQ(tried.front(), -searchRange);
+        EXPECT_NEAR(walk.searchStep * radToDeg, stepDeg[iteration], 1e-12);
+        EXPECT_EQ(candidates(walk).size(), count[iteration]);
+        EXPECT_EQ(candidates(walk).front(), -searchRange);
         searchRange = walk.searchStep;
     }
+    // Below an increment of 4 twice the range over the increment is the wider step.
+    EXPECT_EQ(candidateWalk(0.8, 0.0, 3, 2).searchStep, (0.8 / 3.0) * 2.0);
+    EXPECT_EQ(candidateWalk(0.8, 0.0, 5, 2).searchStep, 0.4);
 }
 
-TEST(CandidateWalk, IsCentredOnTheBestRotationSoFar) {
-    const CandidateWalk walk = candidateWalk(0.01, 0.2, 5, 0);
-    EXPECT_EQ(walk.upperAngle, 0.01 + 0.2);
-    EXPECT_EQ(walk.firstCandidate, 0.2 - 0.01);
-    EXPECT_EQ(walk.searchStep, 0.01 / 5.0);
-}
-
-TEST(CandidateWalk, WideningFromTheThirdIterationTakesTheGreaterStep) {
-    struct Case { std::int32_t alphaIncrement; std::int32_t iteration; double step; };
-    // Range 0.8: twice range / increment against a quarter of the full width 1.6.
-    for (const Case c : {Case{5, 1, 0.8 / 5.0}, Case{5, 2, 0.4}, Case{3, 2, (0.8 / 3.0) * 2.0},
-                         Case{4, 2, 0.4}, Case{2, 3, 0.8}}) {
-        SCOPED_TRACE(c.alphaIncrement * 10 + c.iteration);
-        EXPECT_EQ(candidateWalk(0.8, 0.0, c.alphaIncrement, c.iteration).searchStep, c.step);
+TEST(CandidateWalk, WalksThatCannotMoveForwardEndInsteadOfRunningForever) {
+    struct Case { double range; double centre; std::int32_t increment; std::size_t count; };
+    for (const Case c : {Case{0.0, 0.3, 5, 0}, Case{-0.1, 0.3, 5, 0},
+                         Case{0.1, 0.0, -5, 1},     // a negative step would walk away
+                         Case{1e-16, 1.0, 5, 1}}) {  // steps below half an ulp of 1.0
+        SCOPED_TRACE(c.range);
+        EXPECT_EQ(candidates(candidateWalk(c.range, c.centre, c.increment, 0)).size(), c.count);
     }
 }
 
-TEST(CandidateWalk, NoCandidateForARangeOfZeroOrBelow) {
-    EXPECT_TRUE(candidates(candidateWalk(0.0, 0.3, 5, 0)).empty());
-    EXPECT_TRUE(candidates(candidateWalk(-0.1, 0.3, 5, 0)).empty());
-}
-
-TEST(CandidateWalk, ANegativeIncrementTriesOnlyTheLowerEnd) {
-    const std::vector<double> tried = candidates(candidateWalk(0.1, 0.0, -5, 0));
-    ASSERT_EQ(tried.size(), 1U);
-    EXPECT_EQ(tried.front(), -0.1);
-}
-
-TEST(CandidateWalk, ARangeBelowTheResolutionOfTheCentreStillEnds) {
-    // Half an ulp of 1.0 is 1.1e-16: the steps no longer move the candidate.
-    const std::vector<double> tried = candidates(candidateWalk(1e-16, 1.0, 5, 0));
-    EXPECT_EQ(tried.size(), 1U);
-}
-
-TEST(TrialGrid, DefaultsGiveTheTableOfStartsAndStepsAndMeasures) {
-    const RunOptions options = optionsWithRadians();
-    const double halfWidthDeg[] = {2.0, 1.0, 0.5};
-    // Which iteration gets an eleventh value depends on where the repeated addition
-    // rounds: with ALPHA = 2 * degToRad it stops just short of the limit in the finest
-    // grid of each cycle. The total per cycle is 4 * 100 + 121 either way.
+TEST(TrialGrid, DefaultsGiveTenOrElevenValuesPerAxisAnd1563Measures) {
+    const RunOptions options = probe::optionsInRadians();
+    // Where the repeated addition stops just short of the limit depends on rounding: with
+    // ALPHA = 2 * degToRad it is the finest grid of each cycle that gets eleven values.
     const std::size_t valuesPerAxis[] = {10, 10, 10, 10, 11};
     std::size_t measures = 0;
     for (std::int32_t cycle = 0; cycle < 3; ++cycle) {
         TrialGrid grid = cycleTrialGrid(options.ALPHA, options.ALPHAINC, cycle);
-        double expectedStartDeg = -halfWidthDeg[cycle];
+        double startDeg = cycle == 0 ? -2.0 : -2.0 / (2.0 * cycle);
         for (std::int32_t iteration = 0; iteration < 5; ++iteration) {
             SCOPED_TRACE(cycle * 10 + iteration);
             if (iteration > 0) grid = refinedTrialGrid(grid, options.ALPHAINC);
-            EXPECT_NEAR(grid.trialStart * radToDeg, expectedStartDeg, 1e-13);
-            EXPECT_NEAR(grid.trialStep * radToDeg, -expectedStartDeg / 5.0, 1e-13);
+            EXPECT_NEAR(grid.trialStart * radToDeg, startDeg, 1e-13);
+            EXPECT_NEAR(grid.trialStep * radToDeg, -startDeg / 5.0, 1e-13);
             const std::vector<double> values = trialValues(grid);
             EXPECT_EQ(values.size(), valuesPerAxis[iteration]);
-            EXPECT_GT(values.front(), grid.trialStart);
-            EXPECT_GE(values.back(), -grid.trialStart);
+            EXPECT_GT(values.front(), grid.trialStart);  // the start itself is never a trial
             measures += values.size() * values.size();
-            expectedStartDeg = expectedStartDeg / 5.0;
+            startDeg = startDeg / 5.0;
         }
     }
     EXPECT_EQ(measures, 1563U);
-}
-
-TEST(TrialGrid, LaterCyclesShrinkByTwiceTheCycleNotByHalves) {
-    for (const std::int32_t cycle : {1, 2, 3, 4}) {
-        SCOPED_TRACE(cycle);
-        EXPECT_EQ(cycleTrialGrid(0.8, 5, cycle).trialStart, 0.8 / (-2.0 * cycle));
-    }
-}
-
-TEST(TrialGrid, SignsOfAlphaAndIncrementDoNotMatter) {
-    const TrialGrid positive = cycleTrialGrid(0.03, 5, 0);
-    const TrialGrid negative = cycleTrialGrid(-0.03, -5, 0);
-    EXPECT_EQ(positive.trialStart, negative.trialStart);
-    EXPECT_EQ(positive.trialStep, negative.trialStep);
-    EXPECT_EQ(refinedTrialGrid(positive, -5).trialStep, refinedTrialGrid(positive, 5).trialStep);
-}
-
-TEST(TrialGrid, AlphaZeroWalksNoGrid) {
-    EXPECT_TRUE(trialValues(cycleTrialGrid(0.0, 5, 0)).empty());
-}
-
-TEST(TrialGrid, AStepThatUnderflowsToZeroWalksNoGridInsteadOfForever) {
-    const TrialGrid tiny{-std::numeric_limits<double>::denorm_min(), 0.0};
-    EXPECT_TRUE(trialValues(tiny).empty());
+    const TrialGrid underflow{-std::numeric_limits<double>::denorm_min(), 0.0};
+    EXPECT_TRUE(trialValues(underflow).empty());
 }
 
 TEST(StepForward, RefusesStepsThatDoNotCarryTheValueForward) {
@@ -297,11 +185,7 @@ TEST(StepForward, RefusesStepsThatDoNotCarryTheValueForward) {
         SCOPED_TRACE(c.step);
         double value = c.value;
         EXPECT_EQ(stepForward(value, c.step), c.moves);
-        if (c.moves) {
-            EXPECT_EQ(value, c.value + c.step);
-        } else {
-            EXPECT_EQ(value, c.value);
-        }
+        EXPECT_EQ(value, c.moves ? c.value + c.step : c.value);
     }
 }
 

@@ -49,7 +49,8 @@ bool readBinaryPoints(const std::string& path, Cloud& cloud) {
     // A file that shrank under us keeps only the records that really came in.
     cloud.resize(recordsRead);
     file.reset();
-    std::fprintf(stderr, "%i points successfully loaded! \n", static_cast<std::int32_t>(cloud.size()));
+    const auto loadedCount = static_cast<std::int32_t>(cloud.size());
+    std::fprintf(stderr, "%i points successfully loaded! \n", loadedCount);
     return true;
 }
 

@@ -127,7 +127,7 @@ void assignCubes(Run& run, std::span<PointRecord> points, const CloudBounds& bou
     const double dCZ = run.options.dCZ;
     // Below 2^31 cubes in all, so every valid index fits the 32-bit products.
     const auto layerSize = static_cast<std::uint32_t>(grid.nx);
-    const auto sliceSize = static_cast<std::uint32_t>(grid.nx) * static_cast<std::uint32_t>(grid.nz);
+    const auto sliceSize = layerSize * static_cast<std::uint32_t>(grid.nz);
     for (PointRecord& point : points) {
         const std::int32_t ix = cubeCoordinate(point.x - grid.originX, dCX, grid.nx);
         const std::int32_t iy = cubeCoordinate(point.y - grid.originY, dCY, grid.ny);

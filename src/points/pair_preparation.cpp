@@ -24,9 +24,8 @@ struct ScanPlace {
 // Mode 5 has no scan table; the text reader then has no use for a position.
 ScanPlace placeOf(const Run& run, std::int32_t scanIndex) {
     const auto& scans = run.state.scans;
-    if (run.state.runMode == 5 || scanIndex < 0 || static_cast<std::size_t>(scanIndex) >= scans.size()) {
-        return {};
-    }
+    const bool isInTable = scanIndex >= 0 && static_cast<std::size_t>(scanIndex) < scans.size();
+    if (run.state.runMode == 5 || !isInTable) return {};
     const ScanRecord& scan = scans[static_cast<std::size_t>(scanIndex)];
     return {scan.gpsX, scan.gpsY, scan.gpsZ};
 }
@@ -45,8 +44,8 @@ double loadCloud(Run& run, const std::string& path, std::int32_t scanIndex, Clou
         }
     }
     const ScanPlace place = placeOf(run, scanIndex);
-    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, place.gpsX, place.gpsY,
-                   place.gpsZ);
+    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, place.gpsX,
+                   place.gpsY, place.gpsZ);
     return cliffDistance;
 }
 

@@ -33,7 +33,8 @@ Diagnostics openDiagnostics() {
     Diagnostics files;
     files.subjectPoints = createDiagnostic("PointsScan1.txt", "w", "#X,Y,Z\n");
     files.referencePoints = createDiagnostic("PointsScan2.txt", "w", "#X,Y,Z\n");
-    files.distances = createDiagnostic("RMSdistances.txt", "a", "#Distances for point pairs for Scanset\n");
+    files.distances =
+        createDiagnostic("RMSdistances.txt", "a", "#Distances for point pairs for Scanset\n");
     return files;
 }
 
@@ -61,8 +62,9 @@ struct MeasureSums {
     std::int32_t acceptedCount = 0;
 };
 
-void measurePointToPoint(const CubeWalk& walk, const PointRecord& sample, const NearestList& nearest,
-                         double maxDistance, MeasureSums& sums, Diagnostics* files) {
+void measurePointToPoint(const CubeWalk& walk, const PointRecord& sample,
+                         const NearestList& nearest, double maxDistance, MeasureSums& sums,
+                         Diagnostics* files) {
     if (nearest.position[0] < 0) return;  // nothing came near enough to enter the list
     const double squared = nearest.squaredDistance[0];
     if (!(maxDistance * maxDistance >= squared)) return;
@@ -74,8 +76,9 @@ void measurePointToPoint(const CubeWalk& walk, const PointRecord& sample, const 
     ++sums.acceptedCount;
 }
 
-void measurePointToPlane(const CubeWalk& walk, const PointRecord& sample, const NearestList& nearest,
-                         double maxDistance, MeasureSums& sums, Diagnostics* files) {
+void measurePointToPlane(const CubeWalk& walk, const PointRecord& sample,
+                         const NearestList& nearest, double maxDistance, MeasureSums& sums,
+                         Diagnostics* files) {
     if (nearest.position[2] < 0) return;  // the plane needs all three places
     const Plane plane = planeOfNearest(walk, nearest);
     if (isDegenerate(plane)) return;

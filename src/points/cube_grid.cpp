@@ -99,8 +99,10 @@ CubeGrid layCubeGrid(const RunOptions& options, const CloudBounds& bounds, doubl
         return grid;
     }
     const bool boxesMiss = *nx <= 0 || *ny <= 0 || *nz <= 0;
-    const std::int64_t wideCount = std::int64_t{*nx} * std::int64_t{*nz} * std::int64_t{*ny};
-    if (!boxesMiss && wideCount > largestCubeCount) {
+    // Two steps, each checked, so that even three counts near 2^31 cannot overflow 64 bits.
+    const std::int64_t planCount = std::int64_t{*nx} * std::int64_t{*nz};
+    if (!boxesMiss &&
+        (planCount > largestCubeCount || planCount * std::int64_t{*ny} > largestCubeCount)) {
         grid.isTooLarge = true;
         return grid;
     }

@@ -56,8 +56,9 @@ void sortByCube(std::span<PointRecord> points, Cloud& scratch) {
     std::span<PointRecord> to(scratch.data(), count);
     for (int pass = 0; pass < passCount; ++pass) {
         // A digit that every record shares would move nothing: skip the pass.
-        if (counts[pass][digitOf(anyKey, pass)] == count) continue;
-        scatterByDigit(from, to, counts[pass], pass);
+        const Histogram& histogram = counts[static_cast<std::size_t>(pass)];
+        if (histogram[digitOf(anyKey, pass)] == count) continue;
+        scatterByDigit(from, to, histogram, pass);
         std::swap(from, to);
     }
     if (from.data() != points.data()) std::copy(from.begin(), from.end(), points.begin());

@@ -155,6 +155,7 @@ TEST(CubeGrid, AGridTooLargeToIndexIsEmpty) {
         {"a count beyond int32", box(0, 1e10, 0, 1, 0, 1), 1.0},
         {"an origin beyond int32", box(3e9, 3e9 + 1, 0, 1, 0, 1), 1.0},
         {"a zero cube edge", box(0, 1, 0, 1, 0, 1), 0.0},
+        {"three counts whose product overflows 64 bits", box(0, 2e9, 0, 2e9, 0, 2e9), 1.0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

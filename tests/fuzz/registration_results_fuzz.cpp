@@ -1,0 +1,18 @@
+// Arbitrary bytes as a registration result file read back into the rotation table.
+#include <sstream>
+#include <string>
+
+#include "fuzz_input.h"
+#include "output/rotation_table.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    std::istringstream counting(text);
+    const std::int32_t entryCount = sorvek::countRotationLines(counting);
+    std::istringstream loading(text);
+    const std::vector<sorvek::RotationEntry> table = sorvek::readRotationRows(loading, entryCount);
+    std::int32_t rotationCount = 0;
+    double rotationSpread = 0.0;
+    if (!table.empty()) (void)sorvek::averageRotation(table, table[0].scanId, rotationCount, rotationSpread);
+    return 0;
+}

@@ -55,19 +55,6 @@ void restore(const SilencedOutput& saved) {
     close(saved.savedOut);
 }
 
-ScanRecord scanRow(const synth::ScanPose& pose, double errorDeg, const std::string& file) {
-    ScanRecord scan;
-    scan.gpsX = pose.x;
-    scan.gpsY = pose.y;
-    scan.gpsZ = pose.z;
-    scan.rotX = pose.rotXDeg * degToRad;
-    scan.rotY = pose.rotYDeg * degToRad;
-    scan.rotZ = (pose.trueHeadingDeg + errorDeg) * degToRad;
-    scan.scanId = pose.scanId;
-    scan.fileName = file;
-    return scan;
-}
-
 std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     auto pair = std::make_unique<BenchPair>();
     pair->pointsPerCloud = pointsPerCloud;
@@ -87,7 +74,7 @@ std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
         const Cloud cloud = synth::sampleScan(scene, poses[k], spec);
         const FileHandle out = openFile(file, "wb");
         if (out) std::fwrite(cloud.data(), sizeof(PointRecord), cloud.size(), out.get());
-        run.state.scans.push_back(scanRow(poses[k], k == 1 ? headingErrorDeg : 0.0, file));
+        run.state.scans.push_back(synth::scanRecordOf(poses[k], k == 1 ? headingErrorDeg : 0.0, file));
     }
     // The options as the menu leaves them: angles in radians.
     run.options.ALPHA = run.options.ALPHA * degToRad;

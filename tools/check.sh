@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Builds and runs every test: the default build, then the sanitizer build.
+# Builds and runs every test: the default build, the sanitizer build, then a short
+# fuzz run of every reader of outside input (same inputs every time).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 ./tools/install-deps.sh
 cmake --workflow --preset test
 cmake --workflow --preset test-asan
+FUZZ_SEED=1 ./tests/fuzz/run_fuzzers.sh 8

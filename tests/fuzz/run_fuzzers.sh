@@ -2,7 +2,9 @@
 # run_fuzzers.sh [SECONDS] [TARGET...]: builds the fuzz targets (clang, libFuzzer,
 # AddressSanitizer, UndefinedBehaviorSanitizer) and runs each for SECONDS (default 10),
 # starting from its seed corpus and first replaying every kept regression input.
-# Fails on the first crash, hang, leak or sanitizer report.
+# Fails on the first crash, hang, leak or sanitizer report. FUZZ_SEED fixes libFuzzer's
+# seed, so that a run repeats the same inputs (CI uses it); findings are kept in
+# build/fuzz/findings/.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 seconds=${1:-10}
@@ -29,7 +31,7 @@ for target in "${targets[@]}"; do
   seeds=()
   [ -d "tests/fuzz/corpus/$name" ] && seeds+=("tests/fuzz/corpus/$name")
   echo "fuzzing $target for ${seconds}s"
-  (cd "$work" && "$OLDPWD/$binary" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=3072 -close_fd_mask=1 -artifact_prefix="$OLDPWD/build/fuzz/findings/" \
+  (cd "$work" && "$OLDPWD/$binary" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=3072 -close_fd_mask=1 ${FUZZ_SEED:+-seed=$FUZZ_SEED} -artifact_prefix="$OLDPWD/build/fuzz/findings/" \
       -print_final_stats=1 "$work/$name" "${seeds[@]/#/$OLDPWD/}" 2>"$work/$name.log") \
     || { tail -n 60 "$work/$name.log"; echo "$target: finding (see above)"; exit 1; }
   grep -E 'stat::number_of_executed_units' "$work/$name.log" | sed "s/^/$target: /"

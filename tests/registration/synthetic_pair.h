@@ -35,21 +35,6 @@ inline void writeBxyz(const std::filesystem::path& path, const Cloud& cloud) {
               cloud.size());
 }
 
-inline ScanRecord scanRowOf(const synth::ScanPose& pose, double errorDeg,
-                            const std::filesystem::path& file) {
-    ScanRecord scan;
-    scan.gpsX = pose.x;
-    scan.gpsY = pose.y;
-    scan.gpsZ = pose.z;
-    scan.rotX = pose.rotXDeg * degToRad;
-    scan.rotY = pose.rotYDeg * degToRad;
-    scan.rotZ = (pose.trueHeadingDeg + errorDeg) * degToRad;
-    scan.scanId = pose.scanId;
-    scan.subId = pose.subId;
-    scan.fileName = file.string();
-    return scan;
-}
-
 // Fills the scan table and the pair's paths the way a driver does and prepares the
 // pair in run mode 1, with the options already in radians. The console text of the
 // preparation is swallowed.
@@ -68,7 +53,7 @@ inline void prepareSyntheticPair(Run& run, const PairSpec& spec) {
     for (std::size_t k = 0; k < 2; ++k) {
         const std::filesystem::path file = dir / ("scan" + std::to_string(k + 1) + ".bxyz");
         writeBxyz(file, synth::sampleScan(scene, poses[k], survey));
-        run.state.scans.push_back(scanRowOf(poses[k], errorsDeg[k], file));
+        run.state.scans.push_back(synth::scanRecordOf(poses[k], errorsDeg[k], file.string()));
     }
     run.state.scanCount = 2;
     run.state.progressScans = 2;

@@ -110,4 +110,18 @@ std::vector<ScanPose> planScans(const SurveySpec& spec) {
     return poses;
 }
 
+ScanRecord scanRecordOf(const ScanPose& pose, double headingErrorDeg, const std::string& fileName) {
+    ScanRecord scan;
+    scan.gpsX = pose.x;
+    scan.gpsY = pose.y;
+    scan.gpsZ = pose.z;
+    scan.rotX = pose.rotXDeg * degToRad;
+    scan.rotY = pose.rotYDeg * degToRad;
+    scan.rotZ = (pose.trueHeadingDeg + headingErrorDeg) * degToRad;
+    scan.scanId = pose.scanId;
+    scan.subId = pose.subId;
+    scan.fileName = fileName;
+    return scan;
+}
+
 }  // namespace sorvek::synth

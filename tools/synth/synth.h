@@ -72,6 +72,11 @@ SceneHandle makeScene(const SurveySpec& spec, const std::vector<ScanPose>& poses
 // pair: the random stream follows from the seed and the pose's ids.
 Cloud sampleScan(const SceneHandle& scene, const ScanPose& pose, const SurveySpec& spec);
 
+// The scan row as the program loads it from the database (radians, no translation
+// option), but with `headingErrorDeg` in place of the pose's own error: 0 gives the true
+// pose. gpsZ is the scanner's Z.
+ScanRecord scanRecordOf(const ScanPose& pose, double headingErrorDeg, const std::string& fileName);
+
 // Writes the whole job into `outDir` (created if missing): database, .bxyz files, text
 // files when asked, truth CSV and option file. Returns false with `error` set on failure.
 bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, std::string& error);

@@ -55,19 +55,19 @@ void writeBxyz(const std::filesystem::path& path, const Cloud& cloud) {
 std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     auto pair = std::make_unique<BenchPair>();
     pair->pointsPerCloud = pointsPerCloud;
-    synth::SurveySpec spec;
-    spec.scans = 2;
-    spec.points = pointsPerCloud;
-    spec.seed = 7;
-    const std::vector<synth::ScanPose> poses = synth::planScans(spec);
-    const synth::SceneHandle scene = synth::makeScene(spec, poses);
+    synth::SurveySpec surveySpec;
+    surveySpec.scans = 2;
+    surveySpec.points = pointsPerCloud;
+    surveySpec.seed = 7;
+    const std::vector<synth::ScanPose> poses = synth::planScans(surveySpec);
+    const synth::SceneHandle scene = synth::makeScene(surveySpec, poses);
     pair->firstMatrix = databaseMatrix(poses[0]);
     pair->secondMatrix = databaseMatrix(poses[1]);
     pair->pivotX = poses[0].x;
     pair->pivotY = poses[0].y;
-    pair->firstRaw = synth::sampleScan(scene, poses[0], spec);
+    pair->firstRaw = synth::sampleScan(scene, poses[0], surveySpec);
     pair->first = pair->firstRaw;
-    pair->second = synth::sampleScan(scene, poses[1], spec);
+    pair->second = synth::sampleScan(scene, poses[1], surveySpec);
     applyMatrix(pair->first, pair->firstMatrix);
     applyMatrix(pair->second, pair->secondMatrix);
     pair->overlap = overlapOf(computeBounds(pair->first), computeBounds(pair->second));

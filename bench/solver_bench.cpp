@@ -58,20 +58,20 @@ void restore(const SilencedOutput& saved) {
 std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     auto pair = std::make_unique<BenchPair>();
     pair->pointsPerCloud = pointsPerCloud;
-    synth::SurveySpec spec;
-    spec.scans = 2;
-    spec.points = pointsPerCloud;
-    spec.spacing = 15.0;
-    spec.seed = 7;
-    const std::vector<synth::ScanPose> poses = synth::planScans(spec);
-    const synth::SceneHandle scene = synth::makeScene(spec, poses);
+    synth::SurveySpec surveySpec;
+    surveySpec.scans = 2;
+    surveySpec.points = pointsPerCloud;
+    surveySpec.spacing = 15.0;
+    surveySpec.seed = 7;
+    const std::vector<synth::ScanPose> poses = synth::planScans(surveySpec);
+    const synth::SceneHandle scene = synth::makeScene(surveySpec, poses);
     pair->dir = std::filesystem::temp_directory_path() /
                 ("sorvek-solver-bench-" + std::to_string(pointsPerCloud));
     std::filesystem::create_directories(pair->dir);
     Run& run = pair->run;
     for (std::size_t k = 0; k < 2; ++k) {
         const std::string file = (pair->dir / ("scan" + std::to_string(k + 1) + ".bxyz")).string();
-        const Cloud cloud = synth::sampleScan(scene, poses[k], spec);
+        const Cloud cloud = synth::sampleScan(scene, poses[k], surveySpec);
         const FileHandle out = openFile(file, "wb");
         if (out) std::fwrite(cloud.data(), sizeof(PointRecord), cloud.size(), out.get());
         run.state.scans.push_back(synth::scanRecordOf(poses[k], k == 1 ? headingErrorDeg : 0.0, file));

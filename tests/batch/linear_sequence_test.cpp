@@ -202,9 +202,9 @@ TEST(LinearEvaluation, DirectionBelowMinnumptsEntersTheMeanWith999) {
 // Text scans under the .bxyz names go to the text reader, whose Cliff Distances the
 // range column averages.
 TEST(LinearEvaluation, RangeColumnIsTheMeanCliffDistanceOfTheTwoTextScans) {
-    synth::SurveySpec spec = testing::smallSpec("line", "north", 3, 6000);
-    spec.text = true;
-    const SurveyJob job = testing::makeSurveyJob("range", spec);
+    synth::SurveySpec surveySpec = testing::smallSpec("line", "north", 3, 6000);
+    surveySpec.text = true;
+    const SurveyJob job = testing::makeSurveyJob("range", surveySpec);
     for (const char* id : {"001", "002", "003"}) {
         const std::string stem = std::string("job_") + id + "_001_S" + id;
         std::filesystem::copy_file(job.dir / (stem + ".txt"), job.dir / (stem + ".bxyz"),

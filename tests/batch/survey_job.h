@@ -29,12 +29,12 @@ struct SurveyJob {
 };
 
 // A synthetic job written into a fresh folder; the test fails when it cannot be written.
-inline SurveyJob makeSurveyJob(const std::string& label, const synth::SurveySpec& spec) {
+inline SurveyJob makeSurveyJob(const std::string& label, const synth::SurveySpec& surveySpec) {
     SurveyJob job;
     job.dir = makeScratchDir(label);
-    job.name = spec.name;
+    job.name = surveySpec.name;
     std::string error;
-    EXPECT_TRUE(synth::writeSurvey(spec, job.dir, error)) << error;
+    EXPECT_TRUE(synth::writeSurvey(surveySpec, job.dir, error)) << error;
     job.baseOptions = readFile(job.dir / "sorvek.txt") + smallSurveyOptions;
     std::filesystem::remove(job.dir / "sorvek.txt");
     return job;
@@ -43,14 +43,14 @@ inline SurveyJob makeSurveyJob(const std::string& label, const synth::SurveySpec
 // The generator's line (or site) of `scans` set-ups with a fixed seed.
 inline synth::SurveySpec smallSpec(const std::string& layout, const std::string& direction,
                                    std::int32_t scans, std::int64_t points) {
-    synth::SurveySpec spec;
-    spec.layout = layout;
-    spec.direction = direction;
-    spec.scans = scans;
-    spec.points = points;
-    spec.seed = 7;
-    spec.name = "job";
-    return spec;
+    synth::SurveySpec surveySpec;
+    surveySpec.layout = layout;
+    surveySpec.direction = direction;
+    surveySpec.scans = scans;
+    surveySpec.points = points;
+    surveySpec.seed = 7;
+    surveySpec.name = "job";
+    return surveySpec;
 }
 
 // One run in `mode` with the menu, the confirmation and the closing Enter scripted; the

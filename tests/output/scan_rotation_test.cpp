@@ -292,13 +292,13 @@ struct TwoScanLine {
     sorvek::Run run;
 
     explicit TwoScanLine(std::int32_t scanTransform) {
-        synth::SurveySpec spec;
-        spec.scans = 2;
-        spec.points = 20000;
-        spec.seed = 11;
-        spec.name = "pair";
+        synth::SurveySpec surveySpec;
+        surveySpec.scans = 2;
+        surveySpec.points = 20000;
+        surveySpec.seed = 11;
+        surveySpec.name = "pair";
         std::string error;
-        EXPECT_TRUE(synth::writeSurvey(spec, dir, error)) << error;
+        EXPECT_TRUE(synth::writeSurvey(surveySpec, dir, error)) << error;
         run.options.SCANTRANSFORM = scanTransform;
         run.options.dCX = 2.0;
         run.options.dCY = 2.0;

@@ -247,9 +247,9 @@ TEST(PartialLeastSquaresOnScans, DefaultOptionsUndoAHeadingErrorOnEitherScan) {
         SCOPED_TRACE(c.firstErrorDeg + c.secondErrorDeg);
         sorvek::Run run;
         run.options = probe::optionsInRadians();
-        const synthetic::PairSpec spec{"pls_accuracy", 60000, c.spacing, c.firstErrorDeg,
+        const synthetic::PairSpec surveySpec{"pls_accuracy", 60000, c.spacing, c.firstErrorDeg,
                                        c.secondErrorDeg};
-        synthetic::prepareSyntheticPair(run, spec);
+        synthetic::prepareSyntheticPair(run, surveySpec);
         const synthetic::SolvedPair solved = solveReal(run, standardPairMeasures());
         EXPECT_LT(solved.rms, static_cast<double>(run.pair.initialRms));
         // The last iteration steps the first rotation by 0.01 degrees and the second

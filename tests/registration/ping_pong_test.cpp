@@ -210,10 +210,10 @@ TEST(PingPongOnScans, UndoesAHeadingErrorWhenTheRmsThresholdDoesNotCutItShort) {
     // a cycle let the alternation converge at each threshold.
     run.options.RMSTHRESH = 0.0;
     run.options.MAXITER = 20;
-    synthetic::PairSpec spec;
-    spec.label = "pp_accuracy";
-    spec.secondErrorDeg = -0.6;
-    synthetic::prepareSyntheticPair(run, spec);
+    synthetic::PairSpec surveySpec;
+    surveySpec.label = "pp_accuracy";
+    surveySpec.secondErrorDeg = -0.6;
+    synthetic::prepareSyntheticPair(run, surveySpec);
     const synthetic::SolvedPair solved = solveReal(run);
     EXPECT_LT(solved.rms, static_cast<double>(run.pair.initialRms));
     // The steps settle to within ALPHATHRESH (1.75e-5 degrees); what remains is scan
@@ -227,9 +227,9 @@ TEST(PingPongOnScans, PointToPointEstimatesNothingSoEachCycleTakesOnePass) {
     run.options = probe::optionsInRadians();
     run.options.REGMODE = 0;
     run.options.RMSTHRESH = 0.0;
-    synthetic::PairSpec spec;
-    spec.label = "pp_point_to_point";
-    synthetic::prepareSyntheticPair(run, spec);
+    synthetic::PairSpec surveySpec;
+    surveySpec.label = "pp_point_to_point";
+    synthetic::prepareSyntheticPair(run, surveySpec);
     const synthetic::SolvedPair solved = solveReal(run);
     EXPECT_EQ(solved.iterationCount, 3);
     EXPECT_EQ(solved.firstRotationDeg, 0.0);

@@ -38,17 +38,17 @@ inline void writeBxyz(const std::filesystem::path& path, const Cloud& cloud) {
 // Fills the scan table and the pair's paths the way a driver does and prepares the
 // pair in run mode 1, with the options already in radians. The console text of the
 // preparation is swallowed.
-inline void prepareSyntheticPair(Run& run, const PairSpec& spec) {
+inline void prepareSyntheticPair(Run& run, const PairSpec& surveySpec) {
     synth::SurveySpec survey;
     survey.scans = 2;
-    survey.points = spec.points;
-    survey.spacing = spec.spacing;
-    survey.seed = spec.seed;
+    survey.points = surveySpec.points;
+    survey.spacing = surveySpec.spacing;
+    survey.seed = surveySpec.seed;
     const std::vector<synth::ScanPose> poses = synth::planScans(survey);
     ASSERT_EQ(poses.size(), 2U);
     const synth::SceneHandle scene = synth::makeScene(survey, poses);
-    const std::filesystem::path dir = testing::makeScratchDir(spec.label);
-    const double errorsDeg[] = {spec.firstErrorDeg, spec.secondErrorDeg};
+    const std::filesystem::path dir = testing::makeScratchDir(surveySpec.label);
+    const double errorsDeg[] = {surveySpec.firstErrorDeg, surveySpec.secondErrorDeg};
     run.state.scans.clear();
     for (std::size_t k = 0; k < 2; ++k) {
         const std::filesystem::path file = dir / ("scan" + std::to_string(k + 1) + ".bxyz");

@@ -22,20 +22,20 @@ namespace fs = std::filesystem;
 using sorvek::synth::SurveySpec;
 
 SurveySpec smallLine() {
-    SurveySpec spec;
-    spec.scans = 4;
-    spec.points = 3000;
-    spec.spacing = 12.0;
-    spec.errorDeg = 0.8;
-    spec.seed = 7;
-    spec.name = "street";
-    return spec;
+    SurveySpec surveySpec;
+    surveySpec.scans = 4;
+    surveySpec.points = 3000;
+    surveySpec.spacing = 12.0;
+    surveySpec.errorDeg = 0.8;
+    surveySpec.seed = 7;
+    surveySpec.name = "street";
+    return surveySpec;
 }
 
-fs::path writeJob(const SurveySpec& spec, const std::string& label) {
+fs::path writeJob(const SurveySpec& surveySpec, const std::string& label) {
     const fs::path dir = sorvek::testing::makeScratchDir(label);
     std::string error;
-    EXPECT_TRUE(sorvek::synth::writeSurvey(spec, dir, error)) << error;
+    EXPECT_TRUE(sorvek::synth::writeSurvey(surveySpec, dir, error)) << error;
     return dir;
 }
 
@@ -99,8 +99,8 @@ std::string optionValue(const fs::path& optionFile, const std::string& key) {
 }
 
 TEST(SynthJob, DatabaseRowsNameTheBinaryFilesThatHoldTheirPoints) {
-    const SurveySpec spec = smallLine();
-    const fs::path dir = writeJob(spec, "synth-format");
+    const SurveySpec surveySpec = smallLine();
+    const fs::path dir = writeJob(surveySpec, "synth-format");
     EXPECT_EQ(linesOf(dir / "street.txt").at(0), "X,Y,Z,rotX,rotY,rotZ,id,subid,name");
     const std::vector<Row> rows = readDatabase(dir / "street.txt");
     ASSERT_EQ(rows.size(), 4U);
@@ -115,10 +115,10 @@ TEST(SynthJob, DatabaseRowsNameTheBinaryFilesThatHoldTheirPoints) {
 }
 
 TEST(SynthJob, TextFilesRepeatTheBinaryPoints) {
-    SurveySpec spec = smallLine();
-    spec.scans = 1;
-    spec.text = true;
-    const fs::path dir = writeJob(spec, "synth-text");
+    SurveySpec surveySpec = smallLine();
+    surveySpec.scans = 1;
+    surveySpec.text = true;
+    const fs::path dir = writeJob(surveySpec, "synth-text");
     const std::vector<std::string> lines = linesOf(dir / "street_001_001_S001.txt");
     ASSERT_EQ(lines.size(), 3001U);
     EXPECT_EQ(lines[0], "#X,Y,Z");
@@ -138,8 +138,8 @@ TEST(SynthJob, TextFilesRepeatTheBinaryPoints) {
 }
 
 TEST(SynthJob, DatabaseCarriesTrueHeadingPlusTheStatedErrorAndScannerZLessItsHeight) {
-    const SurveySpec spec = smallLine();
-    const fs::path dir = writeJob(spec, "synth-truth");
+    const SurveySpec surveySpec = smallLine();
+    const fs::path dir = writeJob(surveySpec, "synth-truth");
     const std::vector<Row> rows = readDatabase(dir / "street.txt");
     const auto truth = readTruth(dir / "street_truth.csv");
     ASSERT_EQ(truth.size(), rows.size());
@@ -147,7 +147,7 @@ TEST(SynthJob, DatabaseCarriesTrueHeadingPlusTheStatedErrorAndScannerZLessItsHei
     for (std::size_t index = 0; index < rows.size(); ++index) {
         SCOPED_TRACE(index);
         const double errorDeg = truth[index].at("headingErrorDeg");
-        EXPECT_LE(std::abs(errorDeg), spec.errorDeg);
+        EXPECT_LE(std::abs(errorDeg), surveySpec.errorDeg);
         EXPECT_NEAR(rows[index].values[5] - truth[index].at("trueHeadingDeg"), errorDeg, 1.0e-9);
         EXPECT_NEAR(truth[index].at("z") - rows[index].values[2], 0.29, 1.0e-9);
         EXPECT_EQ(rows[index].values[0], truth[index].at("x"));
@@ -158,12 +158,12 @@ TEST(SynthJob, DatabaseCarriesTrueHeadingPlusTheStatedErrorAndScannerZLessItsHei
 }
 
 TEST(SynthJob, SameSeedGivesTheSameBytesInEveryFile) {
-    SurveySpec spec = smallLine();
-    spec.text = true;
-    const fs::path first = writeJob(spec, "synth-same-a");
-    const fs::path second = writeJob(spec, "synth-same-b");
-    spec.seed = 8;
-    const fs::path other = writeJob(spec, "synth-same-c");
+    SurveySpec surveySpec = smallLine();
+    surveySpec.text = true;
+    const fs::path first = writeJob(surveySpec, "synth-same-a");
+    const fs::path second = writeJob(surveySpec, "synth-same-b");
+    surveySpec.seed = 8;
+    const fs::path other = writeJob(surveySpec, "synth-same-c");
     std::size_t fileCount = 0;
     for (const fs::directory_entry& entry : fs::directory_iterator(first)) {
         const fs::path name = entry.path().filename();
@@ -187,12 +187,12 @@ TEST(SynthJob, LineRunsTheWayAskedWithNeighboursInsideTheSearchDistance) {
     for (const Case c : {Case{"north", 0, 1, "0"}, Case{"south", 0, -1, "0"}, Case{"east", 1, 0, "1"},
                          Case{"west", -1, 0, "1"}}) {
         SCOPED_TRACE(c.direction);
-        SurveySpec spec = smallLine();
-        spec.points = 100;
-        spec.direction = c.direction;
-        spec.offsetX = 512000.25;
-        spec.offsetY = -4100.5;
-        const fs::path dir = writeJob(spec, "synth-line");
+        SurveySpec surveySpec = smallLine();
+        surveySpec.points = 100;
+        surveySpec.direction = c.direction;
+        surveySpec.offsetX = 512000.25;
+        surveySpec.offsetY = -4100.5;
+        const fs::path dir = writeJob(surveySpec, "synth-line");
         EXPECT_EQ(optionValue(dir / "sorvek.txt", "DATADIR"), c.dataDir);
         EXPECT_EQ(optionValue(dir / "sorvek.txt", "TRANSX"), "512000.250000");
         EXPECT_EQ(optionValue(dir / "sorvek.txt", "TRANSY"), "-4100.500000");
@@ -202,8 +202,8 @@ TEST(SynthJob, LineRunsTheWayAskedWithNeighboursInsideTheSearchDistance) {
             const double dx = rows[index].values[0] - rows[index - 1].values[0];
             const double dy = rows[index].values[1] - rows[index - 1].values[1];
             const double step = (dx * c.alongX) + (dy * c.alongY);
-            EXPECT_GE(step, 0.85 * spec.spacing);
-            EXPECT_LE(step, 1.15 * spec.spacing);
+            EXPECT_GE(step, 0.85 * surveySpec.spacing);
+            EXPECT_LE(step, 1.15 * surveySpec.spacing);
             EXPECT_LT(std::hypot(dx, dy), searchDistance);
             if (index >= 2) {  // the scan beyond the neighbour is out of reach
                 EXPECT_GT(std::hypot(rows[index].values[0] - rows[index - 2].values[0],
@@ -216,11 +216,11 @@ TEST(SynthJob, LineRunsTheWayAskedWithNeighboursInsideTheSearchDistance) {
 }
 
 TEST(SynthJob, RefusesASpecOutsideItsRangesWithoutWriting) {
-    SurveySpec spec = smallLine();
-    spec.scans = 0;
+    SurveySpec surveySpec = smallLine();
+    surveySpec.scans = 0;
     const fs::path dir = sorvek::testing::makeScratchDir("synth-refuse") / "job";
     std::string error;
-    EXPECT_FALSE(sorvek::synth::writeSurvey(spec, dir, error));
+    EXPECT_FALSE(sorvek::synth::writeSurvey(surveySpec, dir, error));
     EXPECT_EQ(error, "--scans must lie between 1 and 9999");
     EXPECT_FALSE(fs::exists(dir));
     fs::remove_all(dir.parent_path());

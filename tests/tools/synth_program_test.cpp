@@ -28,15 +28,15 @@ bool contains(const std::string& text, const std::string& part) {
 }
 
 TEST(SynthProgram, JobLoadsInSorvekWithItsNamesNeighboursAndCounts) {
-    SurveySpec spec;
-    spec.scans = 3;
-    spec.points = 3000;
-    spec.name = "job";
-    spec.offsetX = 731000.0;  // survey-sized coordinates, taken off again by TRANSX and TRANSY
-    spec.offsetY = 5612000.0;
+    SurveySpec surveySpec;
+    surveySpec.scans = 3;
+    surveySpec.points = 3000;
+    surveySpec.name = "job";
+    surveySpec.offsetX = 731000.0;  // survey-sized coordinates, taken off again by TRANSX and TRANSY
+    surveySpec.offsetY = 5612000.0;
     const fs::path dir = sorvek::testing::makeScratchDir("synth-load");
     std::string error;
-    ASSERT_TRUE(writeSurvey(spec, dir, error)) << error;
+    ASSERT_TRUE(writeSurvey(surveySpec, dir, error)) << error;
     const std::string options = sorvek::testing::readFile(dir / "sorvek.txt");
     // Mode 2 loads the table; x at the confirmation ends the run before anything is written.
     const auto loaded = sorvek::testing::runSorvek(dir, {"job.txt"}, "2\nx", options);
@@ -84,25 +84,25 @@ sorvek::Cloud surveyFrame(sorvek::Cloud cloud, const ScanPose& pose, double head
 }
 
 TEST(SynthProgram, NeighboursOverlapAtNoiseLevelOnlyWithoutTheHeadingError) {
-    SurveySpec spec;
-    spec.scans = 2;
-    spec.points = 80000;
-    spec.spacing = 15.0;
-    spec.noise = 0.003;
-    std::vector<ScanPose> poses = planScans(spec);
+    SurveySpec surveySpec;
+    surveySpec.scans = 2;
+    surveySpec.points = 80000;
+    surveySpec.spacing = 15.0;
+    surveySpec.noise = 0.003;
+    std::vector<ScanPose> poses = planScans(surveySpec);
     poses[0].headingErrorDeg = 0.25;  // neighbours turned apart by half a degree
     poses[1].headingErrorDeg = -0.25;
-    const SceneHandle scene = makeScene(spec, poses);
-    const sorvek::Cloud first = sampleScan(scene, poses[0], spec);
-    const sorvek::Cloud second = sampleScan(scene, poses[1], spec);
+    const SceneHandle scene = makeScene(surveySpec, poses);
+    const sorvek::Cloud first = sampleScan(scene, poses[0], surveySpec);
+    const sorvek::Cloud second = sampleScan(scene, poses[1], surveySpec);
     const fs::path dir = sorvek::testing::makeScratchDir("synth-overlap");
     const double trueRms = measuredRms(dir, surveyFrame(first, poses[0], poses[0].trueHeadingDeg),
                                        surveyFrame(second, poses[1], poses[1].trueHeadingDeg));
     const double loadedRms = measuredRms(dir, surveyFrame(first, poses[0], databaseHeadingDeg(poses[0])),
                                          surveyFrame(second, poses[1], databaseHeadingDeg(poses[1])));
     // A plane through three noisy points adds its own error to the sample's noise.
-    EXPECT_GT(trueRms, 0.5 * spec.noise);
-    EXPECT_LT(trueRms, 3.0 * spec.noise);
+    EXPECT_GT(trueRms, 0.5 * surveySpec.noise);
+    EXPECT_LT(trueRms, 3.0 * surveySpec.noise);
     EXPECT_GT(loadedRms, 2.5 * trueRms);
     fs::remove_all(dir);
 }
@@ -194,23 +194,23 @@ TEST(SynthCommandLine, ReadsEveryOptionIntoTheSpec) {
                                             "--no-occlusion"};
     CommandLine commandLine;
     ASSERT_EQ(parseCommandLine(words, commandLine), "");
-    const SurveySpec& spec = commandLine.spec;
+    const SurveySpec& surveySpec = commandLine.surveySpec;
     EXPECT_EQ(commandLine.outDir, "jobs/a");
-    EXPECT_EQ(spec.layout, "site");
-    EXPECT_EQ(spec.direction, "west");
-    EXPECT_EQ(spec.scans, 12);
-    EXPECT_EQ(spec.points, 5000);
-    EXPECT_EQ(spec.spacing, 20.0);
-    EXPECT_EQ(spec.errorDeg, 0.75);
-    EXPECT_EQ(spec.noise, 0.002);
-    EXPECT_EQ(spec.seed, 18446744073709551615ULL);
-    EXPECT_EQ(spec.name, "site-7");
-    EXPECT_TRUE(spec.text);
-    EXPECT_EQ(spec.tiltDeg, 0.5);
-    EXPECT_EQ(spec.offsetX, 512000.5);
-    EXPECT_EQ(spec.offsetY, -3000.0);
-    EXPECT_EQ(spec.rangeLimit, 45.0);
-    EXPECT_FALSE(spec.occlusion);
+    EXPECT_EQ(surveySpec.layout, "site");
+    EXPECT_EQ(surveySpec.direction, "west");
+    EXPECT_EQ(surveySpec.scans, 12);
+    EXPECT_EQ(surveySpec.points, 5000);
+    EXPECT_EQ(surveySpec.spacing, 20.0);
+    EXPECT_EQ(surveySpec.errorDeg, 0.75);
+    EXPECT_EQ(surveySpec.noise, 0.002);
+    EXPECT_EQ(surveySpec.seed, 18446744073709551615ULL);
+    EXPECT_EQ(surveySpec.name, "site-7");
+    EXPECT_TRUE(surveySpec.text);
+    EXPECT_EQ(surveySpec.tiltDeg, 0.5);
+    EXPECT_EQ(surveySpec.offsetX, 512000.5);
+    EXPECT_EQ(surveySpec.offsetY, -3000.0);
+    EXPECT_EQ(surveySpec.rangeLimit, 45.0);
+    EXPECT_FALSE(surveySpec.occlusion);
     EXPECT_FALSE(commandLine.isHelp);
 }
 

@@ -20,11 +20,11 @@ namespace {
 using namespace sorvek::synth;
 
 // The scan moved into the survey frame as the program moves it, with the given heading.
-sorvek::Cloud inSurveyFrame(sorvek::Cloud cloud, const ScanPose& pose, const SurveySpec& spec,
+sorvek::Cloud inSurveyFrame(sorvek::Cloud cloud, const ScanPose& pose, const SurveySpec& surveySpec,
                             double headingDeg) {
     const sorvek::ScanMatrix matrix = sorvek::composeScanMatrix(
         pose.rotXDeg * sorvek::degToRad, pose.rotYDeg * sorvek::degToRad, headingDeg * sorvek::degToRad, 1.0,
-        pose.x - translationX(spec), pose.y - translationY(spec), pose.z);
+        pose.x - translationX(surveySpec), pose.y - translationY(surveySpec), pose.z);
     sorvek::applyMatrix(cloud, matrix);
     return cloud;
 }
@@ -39,23 +39,23 @@ TEST(SynthScan, PointsLieOnTheSceneWithinNoiseAndRange) {
     for (const Case c : {Case{"street", "line", true, 0.0}, Case{"street seen through", "line", false, 0.0},
                          Case{"tilted site", "site", true, 2.0}}) {
         SCOPED_TRACE(c.label);
-        SurveySpec spec;
-        spec.layout = c.layout;
-        spec.occlusion = c.occlusion;
-        spec.tiltDeg = c.tiltDeg;
-        spec.scans = 2;
-        spec.points = 4000;
-        spec.noise = 0.004;
-        spec.offsetX = 350000.0;
-        const std::vector<ScanPose> poses = planScans(spec);
-        const SceneHandle scene = makeScene(spec, poses);
+        SurveySpec surveySpec;
+        surveySpec.layout = c.layout;
+        surveySpec.occlusion = c.occlusion;
+        surveySpec.tiltDeg = c.tiltDeg;
+        surveySpec.scans = 2;
+        surveySpec.points = 4000;
+        surveySpec.noise = 0.004;
+        surveySpec.offsetX = 350000.0;
+        const std::vector<ScanPose> poses = planScans(surveySpec);
+        const SceneHandle scene = makeScene(surveySpec, poses);
         // Noise runs along the beam; on the gently sloping ground it can show up to a few
         // per cent larger in the vertical.
-        const double surfaceTolerance = (spec.noise * unitNoiseBound * 1.06) + 1.0e-6;
+        const double surfaceTolerance = (surveySpec.noise * unitNoiseBound * 1.06) + 1.0e-6;
         for (const ScanPose& pose : poses) {
-            const sorvek::Cloud cloud = sampleScan(scene, pose, spec);
+            const sorvek::Cloud cloud = sampleScan(scene, pose, surveySpec);
             ASSERT_EQ(cloud.size(), 4000U);
-            const sorvek::Cloud survey = inSurveyFrame(cloud, pose, spec, pose.trueHeadingDeg);
+            const sorvek::Cloud survey = inSurveyFrame(cloud, pose, surveySpec, pose.trueHeadingDeg);
             double farthest = 0.0;
             double worst = 0.0;
             for (std::size_t index = 0; index < cloud.size(); ++index) {
@@ -65,39 +65,39 @@ TEST(SynthScan, PointsLieOnTheSceneWithinNoiseAndRange) {
                     worst, distanceToScene(*scene.scene, survey[index].x, survey[index].y, survey[index].z));
             }
             EXPECT_LE(worst, surfaceTolerance);
-            EXPECT_LE(farthest, spec.rangeLimit + (spec.noise * unitNoiseBound));
-            EXPECT_GT(farthest, 0.5 * spec.rangeLimit);  // the range is used, not just the near ground
+            EXPECT_LE(farthest, surveySpec.rangeLimit + (surveySpec.noise * unitNoiseBound));
+            EXPECT_GT(farthest, 0.5 * surveySpec.rangeLimit);  // the range is used, not just the near ground
         }
     }
 }
 
 TEST(SynthScan, DeliversExactlyTheRequestedCount) {
-    SurveySpec spec;
-    spec.scans = 1;
-    const std::vector<ScanPose> poses = planScans(spec);
-    const SceneHandle scene = makeScene(spec, poses);
+    SurveySpec surveySpec;
+    surveySpec.scans = 1;
+    const std::vector<ScanPose> poses = planScans(surveySpec);
+    const SceneHandle scene = makeScene(surveySpec, poses);
     for (const std::int64_t wanted : {std::int64_t{1}, std::int64_t{777}, std::int64_t{25000}}) {
         SCOPED_TRACE(wanted);
-        spec.points = wanted;
-        EXPECT_EQ(static_cast<std::int64_t>(sampleScan(scene, poses[0], spec).size()), wanted);
+        surveySpec.points = wanted;
+        EXPECT_EQ(static_cast<std::int64_t>(sampleScan(scene, poses[0], surveySpec).size()), wanted);
     }
 }
 
 TEST(SynthScan, DatabaseHeadingTurnsTheScanByItsErrorAboutItsPosition) {
-    SurveySpec spec;
-    spec.scans = 1;
-    spec.points = 2000;
-    spec.tiltDeg = 1.5;
-    spec.errorDeg = 1.0;
-    spec.offsetY = 5400000.0;
-    const std::vector<ScanPose> poses = planScans(spec);
+    SurveySpec surveySpec;
+    surveySpec.scans = 1;
+    surveySpec.points = 2000;
+    surveySpec.tiltDeg = 1.5;
+    surveySpec.errorDeg = 1.0;
+    surveySpec.offsetY = 5400000.0;
+    const std::vector<ScanPose> poses = planScans(surveySpec);
     const ScanPose& pose = poses[0];
     ASSERT_GT(std::abs(pose.headingErrorDeg), 0.05);
-    const sorvek::Cloud cloud = sampleScan(makeScene(spec, poses), pose, spec);
-    sorvek::Cloud truth = inSurveyFrame(cloud, pose, spec, pose.trueHeadingDeg);
-    const sorvek::Cloud loaded = inSurveyFrame(cloud, pose, spec, databaseHeadingDeg(pose));
-    sorvek::rotateCloud(truth, pose.headingErrorDeg * sorvek::degToRad, pose.x - translationX(spec),
-                        pose.y - translationY(spec));
+    const sorvek::Cloud cloud = sampleScan(makeScene(surveySpec, poses), pose, surveySpec);
+    sorvek::Cloud truth = inSurveyFrame(cloud, pose, surveySpec, pose.trueHeadingDeg);
+    const sorvek::Cloud loaded = inSurveyFrame(cloud, pose, surveySpec, databaseHeadingDeg(pose));
+    sorvek::rotateCloud(truth, pose.headingErrorDeg * sorvek::degToRad, pose.x - translationX(surveySpec),
+                        pose.y - translationY(surveySpec));
     for (std::size_t index = 0; index < cloud.size(); ++index) {
         ASSERT_NEAR(loaded[index].x, truth[index].x, 1.0e-9);
         ASSERT_NEAR(loaded[index].y, truth[index].y, 1.0e-9);

@@ -52,21 +52,21 @@ std::string badValue(const std::string& option, const std::string& value, const 
 // --out, --layout, --direction and --name: words. Empty `message` when the word is good.
 bool takeWord(const std::string& option, const std::string& value, CommandLine& commandLine,
               std::string& message) {
-    SurveySpec& spec = commandLine.spec;
+    SurveySpec& surveySpec = commandLine.surveySpec;
     if (option == "--out") {
         if (value.empty()) message = badValue(option, value, "a folder name");
         commandLine.outDir = value;
     } else if (option == "--layout") {
         if (value != "line" && value != "site") message = badValue(option, value, "line or site");
-        spec.layout = value;
+        surveySpec.layout = value;
     } else if (option == "--direction") {
         if (value != "north" && value != "south" && value != "east" && value != "west") {
             message = badValue(option, value, "north, south, east or west");
         }
-        spec.direction = value;
+        surveySpec.direction = value;
     } else if (option == "--name") {
         if (!isGoodStem(value)) message = badValue(option, value, "1 to 64 letters, digits, '_', '-' or '.'");
-        spec.name = value;
+        surveySpec.name = value;
     } else {
         return false;
     }
@@ -74,33 +74,33 @@ bool takeWord(const std::string& option, const std::string& value, CommandLine& 
 }
 
 // --scans, --points, --seed and --offset: numbers with their own forms.
-bool takeCount(const std::string& option, const std::string& value, SurveySpec& spec, std::string& message) {
+bool takeCount(const std::string& option, const std::string& value, SurveySpec& surveySpec, std::string& message) {
     if (option == "--scans") {
         const std::optional<std::int64_t> scans = parseWhole(value);
         if (!scans || *scans < 1 || *scans > 9999)
             message = badValue(option, value, "a whole number from 1 to 9999");
         else
-            spec.scans = static_cast<std::int32_t>(*scans);
+            surveySpec.scans = static_cast<std::int32_t>(*scans);
     } else if (option == "--points") {
         const std::optional<std::int64_t> points = parseWhole(value);
         if (!points || *points < 1 || *points > 50000000)
             message = badValue(option, value, "a whole number from 1 to 50000000");
         else
-            spec.points = *points;
+            surveySpec.points = *points;
     } else if (option == "--seed") {
         const std::optional<std::uint64_t> seed = parseSeed(value);
         if (!seed)
             message = badValue(option, value, "a whole number from 0 to 18446744073709551615");
         else
-            spec.seed = *seed;
+            surveySpec.seed = *seed;
     } else if (option == "--offset") {
         const std::size_t comma = value.find(',');
         const std::optional<double> x = parseNumber(value.substr(0, comma));
         const std::optional<double> y =
             comma == std::string::npos ? std::nullopt : parseNumber(value.substr(comma + 1));
         if (!x || !y) message = badValue(option, value, "two numbers X,Y");
-        spec.offsetX = x.value_or(0.0);
-        spec.offsetY = y.value_or(0.0);
+        surveySpec.offsetX = x.value_or(0.0);
+        surveySpec.offsetY = y.value_or(0.0);
     } else {
         return false;
     }
@@ -108,12 +108,12 @@ bool takeCount(const std::string& option, const std::string& value, SurveySpec& 
 }
 
 // The options that take one plain number; their ranges are checkSpec's.
-double* measureField(const std::string& option, SurveySpec& spec) {
-    if (option == "--spacing") return &spec.spacing;
-    if (option == "--error-deg") return &spec.errorDeg;
-    if (option == "--noise") return &spec.noise;
-    if (option == "--tilt-deg") return &spec.tiltDeg;
-    if (option == "--range") return &spec.rangeLimit;
+double* measureField(const std::string& option, SurveySpec& surveySpec) {
+    if (option == "--spacing") return &surveySpec.spacing;
+    if (option == "--error-deg") return &surveySpec.errorDeg;
+    if (option == "--noise") return &surveySpec.noise;
+    if (option == "--tilt-deg") return &surveySpec.tiltDeg;
+    if (option == "--range") return &surveySpec.rangeLimit;
     return nullptr;
 }
 
@@ -121,10 +121,10 @@ double* measureField(const std::string& option, SurveySpec& spec) {
 bool takeValue(const std::string& option, const std::string& value, CommandLine& commandLine,
                std::string& message) {
     if (takeWord(option, value, commandLine, message) ||
-        takeCount(option, value, commandLine.spec, message)) {
+        takeCount(option, value, commandLine.surveySpec, message)) {
         return message.empty();
     }
-    double* field = measureField(option, commandLine.spec);
+    double* field = measureField(option, commandLine.surveySpec);
     if (field == nullptr) {
         message = "unknown option " + option;
         return false;
@@ -155,9 +155,9 @@ std::string parseCommandLine(std::span<const std::string> arguments, CommandLine
         if (isFlag(option)) {
             if (value) return option + " takes no value";
             if (option == "--text")
-                commandLine.spec.text = true;
+                commandLine.surveySpec.text = true;
             else if (option == "--no-occlusion")
-                commandLine.spec.occlusion = false;
+                commandLine.surveySpec.occlusion = false;
             else
                 commandLine.isHelp = true;
             continue;
@@ -170,10 +170,10 @@ std::string parseCommandLine(std::span<const std::string> arguments, CommandLine
         std::string message;
         if (!takeValue(option, *value, commandLine, message)) return message;
     }
-    return commandLine.isHelp ? std::string() : checkSpec(commandLine.spec);
+    return commandLine.isHelp ? std::string() : checkSpec(commandLine.surveySpec);
 }
 
-std::string checkSpec(const SurveySpec& spec) {
+std::string checkSpec(const SurveySpec& surveySpec) {
     struct Range {
         const char* option;
         double value;
@@ -181,10 +181,10 @@ std::string checkSpec(const SurveySpec& spec) {
         double high;
     };
     const Range ranges[] = {
-        {"--spacing", spec.spacing, 1.0, 1000.0},  {"--error-deg", spec.errorDeg, 0.0, 10.0},
-        {"--noise", spec.noise, 0.0, 0.5},         {"--tilt-deg", spec.tiltDeg, 0.0, 10.0},
-        {"--range", spec.rangeLimit, 5.0, 1000.0}, {"--offset", spec.offsetX, -1.0e8, 1.0e8},
-        {"--offset", spec.offsetY, -1.0e8, 1.0e8},
+        {"--spacing", surveySpec.spacing, 1.0, 1000.0},  {"--error-deg", surveySpec.errorDeg, 0.0, 10.0},
+        {"--noise", surveySpec.noise, 0.0, 0.5},         {"--tilt-deg", surveySpec.tiltDeg, 0.0, 10.0},
+        {"--range", surveySpec.rangeLimit, 5.0, 1000.0}, {"--offset", surveySpec.offsetX, -1.0e8, 1.0e8},
+        {"--offset", surveySpec.offsetY, -1.0e8, 1.0e8},
     };
     for (const Range& range : ranges) {
         if (!(range.value >= range.low && range.value <= range.high)) {
@@ -194,14 +194,14 @@ std::string checkSpec(const SurveySpec& spec) {
             return text;
         }
     }
-    if (spec.layout != "line" && spec.layout != "site") return "--layout must be line or site";
-    if (spec.direction != "north" && spec.direction != "south" && spec.direction != "east" &&
-        spec.direction != "west") {
+    if (surveySpec.layout != "line" && surveySpec.layout != "site") return "--layout must be line or site";
+    if (surveySpec.direction != "north" && surveySpec.direction != "south" && surveySpec.direction != "east" &&
+        surveySpec.direction != "west") {
         return "--direction must be north, south, east or west";
     }
-    if (spec.scans < 1 || spec.scans > 9999) return "--scans must lie between 1 and 9999";
-    if (spec.points < 1 || spec.points > 50000000) return "--points must lie between 1 and 50000000";
-    if (!isGoodStem(spec.name)) return "--name must be 1 to 64 letters, digits, '_', '-' or '.'";
+    if (surveySpec.scans < 1 || surveySpec.scans > 9999) return "--scans must lie between 1 and 9999";
+    if (surveySpec.points < 1 || surveySpec.points > 50000000) return "--points must lie between 1 and 50000000";
+    if (!isGoodStem(surveySpec.name)) return "--name must be 1 to 64 letters, digits, '_', '-' or '.'";
     return {};
 }
 

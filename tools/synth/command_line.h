@@ -10,7 +10,7 @@
 namespace sorvek::synth {
 
 struct CommandLine {
-    SurveySpec spec;                          // the job to write
+    SurveySpec surveySpec;                          // the job to write
     std::string outDir = "synthetic-survey";  // --out
     bool isHelp = false;                      // --help was given; nothing else is done
 };
@@ -19,9 +19,9 @@ struct CommandLine {
 // one line that tells the user what is wrong.
 std::string parseCommandLine(std::span<const std::string> arguments, CommandLine& commandLine);
 
-// Empty when every field of `spec` lies in the range the generator supports, else one line
+// Empty when every field of `surveySpec` lies in the range the generator supports, else one line
 // naming the first field that does not. writeSurvey refuses what this refuses.
-std::string checkSpec(const SurveySpec& spec);
+std::string checkSpec(const SurveySpec& surveySpec);
 
 void printUsage(std::FILE* out);
 

@@ -27,12 +27,12 @@ int run(int argumentCount, char** arguments) {
         return exitWritten;
     }
     std::string error;
-    if (!sorvek::synth::writeSurvey(commandLine.spec, commandLine.outDir, error, stdout)) {
+    if (!sorvek::synth::writeSurvey(commandLine.surveySpec, commandLine.outDir, error, stdout)) {
         std::fprintf(stderr, "sorvek-synth: %s\n", error.c_str());
         return exitWriteFailed;
     }
     std::printf("wrote %s/%s.txt, %s_truth.csv and sorvek.txt\n", commandLine.outDir.c_str(),
-                commandLine.spec.name.c_str(), commandLine.spec.name.c_str());
+                commandLine.surveySpec.name.c_str(), commandLine.surveySpec.name.c_str());
     return exitWritten;
 }
 

@@ -23,17 +23,17 @@ double quantizeMicro(double value);
 double databaseHeadingDeg(const ScanPose& pose);
 
 // The TRANSX and TRANSY that go with the job: the offsets on the 1e-6 grid.
-double translationX(const SurveySpec& spec);
-double translationY(const SurveySpec& spec);
+double translationX(const SurveySpec& surveySpec);
+double translationY(const SurveySpec& surveySpec);
 
 // The sloping rough ground of the job; the scene and the scanner heights share it.
-GroundModel makeGround(const SurveySpec& spec);
+GroundModel makeGround(const SurveySpec& surveySpec);
 
-// Unit vector along a line layout in table order, from the spec's direction.
+// Unit vector along a line layout in table order, from the surveySpec's direction.
 struct PlanDirection {
     double x = 0.0;
     double y = 1.0;
 };
-PlanDirection lineDirection(const SurveySpec& spec);
+PlanDirection lineDirection(const SurveySpec& surveySpec);
 
 }  // namespace sorvek::synth

@@ -67,27 +67,27 @@ void recordHit(HitSink& sink, const double (&scanDir)[3], double distance, Rng& 
 }
 
 void castOne(const Scene& scene, const SolidsByAzimuth& solids, const Scanner& scanner,
-             const SurveySpec& spec, const double (&scanDir)[3], HitSink& sink, Rng& rng,
+             const SurveySpec& surveySpec, const double (&scanDir)[3], HitSink& sink, Rng& rng,
              std::vector<double>& distances) {
     Ray ray = scanner.origin;
     const auto& r = scanner.rotation.m;
     ray.dirX = ((r[0][0] * scanDir[0]) + (r[0][1] * scanDir[1])) + (r[0][2] * scanDir[2]);
     ray.dirY = ((r[1][0] * scanDir[0]) + (r[1][1] * scanDir[1])) + (r[1][2] * scanDir[2]);
     ray.dirZ = ((r[2][0] * scanDir[0]) + (r[2][1] * scanDir[1])) + (r[2][2] * scanDir[2]);
-    if (spec.occlusion) {
-        const double distance = castRay(scene, solids, ray, spec.rangeLimit);
+    if (surveySpec.occlusion) {
+        const double distance = castRay(scene, solids, ray, surveySpec.rangeLimit);
         if (distance < noHit) recordHit(sink, scanDir, distance, rng);
         return;
     }
     distances.clear();
-    castRayThrough(scene, solids, ray, spec.rangeLimit, distances);
+    castRayThrough(scene, solids, ray, surveySpec.rangeLimit, distances);
     for (const double distance : distances) recordHit(sink, scanDir, distance, rng);
 }
 
 // All rays of the grid, column by column; the same grid and stream give the same points.
 void castGrid(const Scene& scene, const SolidsByAzimuth& solids, const Scanner& scanner,
-              const SurveySpec& spec, const Grid& grid, std::uint64_t stream, HitSink& sink) {
-    Rng rng = makeRng(spec.seed, stream);
+              const SurveySpec& surveySpec, const Grid& grid, std::uint64_t stream, HitSink& sink) {
+    Rng rng = makeRng(surveySpec.seed, stream);
     const double azimuthStep = (360.0 / static_cast<double>(grid.columns)) * radPerDeg;
     const double elevationStep = (elevationSpanDeg / static_cast<double>(grid.rows)) * radPerDeg;
     std::vector<double> rowCos(static_cast<std::size_t>(grid.rows));
@@ -113,7 +113,7 @@ void castGrid(const Scene& scene, const SolidsByAzimuth& solids, const Scanner& 
             turnBy(rowCos[static_cast<std::size_t>(row)], rowSin[static_cast<std::size_t>(row)],
                    uniformIn(rng, -jitterShare, jitterShare) * elevationStep, cosEl, sinEl);
             const double scanDir[3] = {cosEl * cosAz, cosEl * sinAz, sinEl};
-            castOne(scene, solids, scanner, spec, scanDir, sink, rng, distances);
+            castOne(scene, solids, scanner, surveySpec, scanDir, sink, rng, distances);
         }
     }
 }
@@ -142,42 +142,42 @@ void thinTo(Cloud& cloud, std::int64_t wanted) {
 
 }  // namespace
 
-Cloud sampleScan(const SceneHandle& handle, const ScanPose& pose, const SurveySpec& spec) {
+Cloud sampleScan(const SceneHandle& handle, const ScanPose& pose, const SurveySpec& surveySpec) {
     Cloud cloud;
-    if (!handle.scene || spec.points <= 0) return cloud;
+    if (!handle.scene || surveySpec.points <= 0) return cloud;
     const Scene& scene = *handle.scene;
     Scanner scanner;
-    scanner.origin.originX = pose.x - translationX(spec);
-    scanner.origin.originY = pose.y - translationY(spec);
+    scanner.origin.originX = pose.x - translationX(surveySpec);
+    scanner.origin.originY = pose.y - translationY(surveySpec);
     scanner.origin.originZ = pose.z;
     // The program's own matrix, so that its scan transform undoes the sampling exactly.
     scanner.rotation = composeScanMatrix(pose.rotXDeg * degToRad, pose.rotYDeg * degToRad,
                                          pose.trueHeadingDeg * degToRad, 1.0, 0.0, 0.0, 0.0);
     const SolidsByAzimuth solids =
-        binSolids(scene, scanner.origin.originX, scanner.origin.originY, spec.rangeLimit);
+        binSolids(scene, scanner.origin.originX, scanner.origin.originY, surveySpec.rangeLimit);
     const std::uint64_t stream = scanStreamBase + mixBits(static_cast<std::uint64_t>(pose.scanId) * 65537ULL +
                                                           static_cast<std::uint64_t>(pose.subId));
     // A coarse pilot grid tells what share of the rays meet something within range.
     HitSink pilot;
     const std::optional<Grid> pilotGrid = gridFor(pilotRayCount);
     if (!pilotGrid) return cloud;
-    castGrid(scene, solids, scanner, spec, *pilotGrid, stream, pilot);
+    castGrid(scene, solids, scanner, surveySpec, *pilotGrid, stream, pilot);
     const double pilotRays = static_cast<double>(pilotGrid->columns * pilotGrid->rows);
     double hitShare = std::max(static_cast<double>(pilot.hitCount) / pilotRays, 0.002);
-    const double wanted = static_cast<double>(spec.points);
+    const double wanted = static_cast<double>(surveySpec.points);
     for (int attempt = 0; attempt < 4; ++attempt) {
         const std::optional<Grid> grid = gridFor((wanted / hitShare) * 1.04);
         if (!grid) break;
         cloud.clear();
-        cloud.reserve(static_cast<std::size_t>(spec.points + (spec.points / 8)));
-        HitSink sink{&cloud, 0, spec.noise};
-        castGrid(scene, solids, scanner, spec, *grid, stream, sink);
-        if (sink.hitCount >= spec.points) break;
+        cloud.reserve(static_cast<std::size_t>(surveySpec.points + (surveySpec.points / 8)));
+        HitSink sink{&cloud, 0, surveySpec.noise};
+        castGrid(scene, solids, scanner, surveySpec, *grid, stream, sink);
+        if (sink.hitCount >= surveySpec.points) break;
         // Short of the count: widen the grid by the shortfall and cast again.
         hitShare = hitShare * (static_cast<double>(sink.hitCount) / wanted) * 0.97;
         if (!(hitShare > 1.0e-6)) break;
     }
-    thinTo(cloud, spec.points);
+    thinTo(cloud, surveySpec.points);
     return cloud;
 }
 

@@ -6,20 +6,20 @@
 
 namespace sorvek::synth {
 
-SceneHandle makeScene(const SurveySpec& spec, const std::vector<ScanPose>& poses) {
+SceneHandle makeScene(const SurveySpec& surveySpec, const std::vector<ScanPose>& poses) {
     auto scene = std::make_shared<Scene>();
-    scene->ground = makeGround(spec);
+    scene->ground = makeGround(surveySpec);
     std::vector<SetupPoint> setups;
     for (const ScanPose& pose : poses) {
-        setups.push_back({pose.x - translationX(spec), pose.y - translationY(spec)});
+        setups.push_back({pose.x - translationX(surveySpec), pose.y - translationY(surveySpec)});
     }
     // Nothing beyond the range limit can be seen, so the scene stops a little past it.
-    const double reach = spec.rangeLimit + 5.0;
-    Rng rng = makeRng(spec.seed, sceneStream);
-    if (spec.layout == "site") {
+    const double reach = surveySpec.rangeLimit + 5.0;
+    Rng rng = makeRng(surveySpec.seed, sceneStream);
+    if (surveySpec.layout == "site") {
         buildSite(*scene, setups, reach, rng);
     } else {
-        buildStreet(*scene, spec, setups, reach, rng);
+        buildStreet(*scene, surveySpec, setups, reach, rng);
     }
     return SceneHandle{scene};
 }

@@ -35,8 +35,8 @@ PlanPoint toPlan(const StreetFrame& street, double along, double aside) {
             (street.alongY * along) + (street.alongX * offset)};
 }
 
-StreetFrame frameFor(const SurveySpec& spec, const std::vector<SetupPoint>& setups, double reach) {
-    const PlanDirection direction = lineDirection(spec);
+StreetFrame frameFor(const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups, double reach) {
+    const PlanDirection direction = lineDirection(surveySpec);
     StreetFrame street;
     street.alongX = direction.x;
     street.alongY = direction.y;
@@ -119,9 +119,9 @@ void addParkedCars(Scene& scene, const StreetFrame& street, double side, Rng& rn
 
 }  // namespace
 
-void buildStreet(Scene& scene, const SurveySpec& spec, const std::vector<SetupPoint>& setups, double reach,
+void buildStreet(Scene& scene, const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups, double reach,
                  Rng& rng) {
-    const StreetFrame street = frameFor(spec, setups, reach);
+    const StreetFrame street = frameFor(surveySpec, setups, reach);
     for (const double side : {1.0, -1.0}) {
         addKerbs(scene, street, side);
         addBuildings(scene, street, side, rng);

@@ -17,8 +17,8 @@ bool finish(FileHandle& file) {
     return (std::fclose(file.release()) == 0) && isWritten;
 }
 
-double gpsMaxDistance(const SurveySpec& spec) {
-    return spec.spacing * 1.5;  // the nearest set-up on each side, never the one beyond it
+double gpsMaxDistance(const SurveySpec& surveySpec) {
+    return surveySpec.spacing * 1.5;  // the nearest set-up on each side, never the one beyond it
 }
 
 }  // namespace
@@ -75,32 +75,32 @@ bool writeTruth(const std::filesystem::path& path, const std::vector<ScanPose>& 
     return finish(file);
 }
 
-bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& spec) {
+bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& surveySpec) {
     FileHandle file = openFile(path.string(), "w");
     if (!file) return false;
-    const bool isEastWest = spec.layout == "line" && (spec.direction == "east" || spec.direction == "west");
+    const bool isEastWest = surveySpec.layout == "line" && (surveySpec.direction == "east" || surveySpec.direction == "west");
     // Neighbours may differ by twice the largest error, so the search must reach that far.
-    const double searchDeg = std::max(2.0, 2.5 * spec.errorDeg);
+    const double searchDeg = std::max(2.0, 2.5 * surveySpec.errorDeg);
     std::fprintf(file.get(), "# Options for the synthetic %s survey '%s': %d scans, %g m apart,\n",
-                 spec.layout.c_str(), spec.name.c_str(), static_cast<int>(spec.scans), spec.spacing);
+                 surveySpec.layout.c_str(), surveySpec.name.c_str(), static_cast<int>(surveySpec.scans), surveySpec.spacing);
     std::fprintf(file.get(), "# heading errors within +-%g degrees, seed %llu. Put it beside the program.\n",
-                 spec.errorDeg, static_cast<unsigned long long>(spec.seed));
-    std::fprintf(file.get(), "GPSMINDIST 0.0\nGPSMAXDIST %.6f\nDATADIR %d\n", gpsMaxDistance(spec),
+                 surveySpec.errorDeg, static_cast<unsigned long long>(surveySpec.seed));
+    std::fprintf(file.get(), "GPSMINDIST 0.0\nGPSMAXDIST %.6f\nDATADIR %d\n", gpsMaxDistance(surveySpec),
                  isEastWest ? 1 : 0);
-    std::fprintf(file.get(), "TRANSX %.6f\nTRANSY %.6f\nZEROPAD 1\n", translationX(spec), translationY(spec));
+    std::fprintf(file.get(), "TRANSX %.6f\nTRANSY %.6f\nZEROPAD 1\n", translationX(surveySpec), translationY(surveySpec));
     // No MINRANGE or MAXRANGE: the text reader measures range from the set-up to points it
     // takes to be in the survey frame, which the scanner-frame text files are not.
     std::fprintf(file.get(), "ALPHA %.6f\n", searchDeg);
     return finish(file);
 }
 
-bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, std::string& error) {
-    return writeSurvey(spec, outDir, error, nullptr);
+bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error) {
+    return writeSurvey(surveySpec, outDir, error, nullptr);
 }
 
-bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, std::string& error,
+bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error,
                  std::FILE* progress) {
-    error = checkSpec(spec);
+    error = checkSpec(surveySpec);
     if (!error.empty()) return false;
     std::error_code code;
     std::filesystem::create_directories(outDir, code);
@@ -108,28 +108,28 @@ bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, st
         error = "cannot create folder " + outDir.string() + ": " + code.message();
         return false;
     }
-    const std::vector<ScanPose> poses = planScans(spec);
-    const SceneHandle scene = makeScene(spec, poses);
+    const std::vector<ScanPose> poses = planScans(surveySpec);
+    const SceneHandle scene = makeScene(surveySpec, poses);
     const auto fail = [&](const std::filesystem::path& path) {
         error = "cannot write " + path.string();
         return false;
     };
-    if (!writeDatabase(outDir / (spec.name + ".txt"), poses)) return fail(outDir / (spec.name + ".txt"));
+    if (!writeDatabase(outDir / (surveySpec.name + ".txt"), poses)) return fail(outDir / (surveySpec.name + ".txt"));
     for (const ScanPose& pose : poses) {
-        const Cloud cloud = sampleScan(scene, pose, spec);
-        const auto binaryPath = outDir / scanFileName(spec.name, pose.scanId, pose.subId, pose.name, ".bxyz");
+        const Cloud cloud = sampleScan(scene, pose, surveySpec);
+        const auto binaryPath = outDir / scanFileName(surveySpec.name, pose.scanId, pose.subId, pose.name, ".bxyz");
         if (!writeBinaryPoints(binaryPath, cloud)) return fail(binaryPath);
-        const auto textPath = outDir / scanFileName(spec.name, pose.scanId, pose.subId, pose.name, ".txt");
-        if (spec.text && !writeTextPoints(textPath, cloud)) return fail(textPath);
+        const auto textPath = outDir / scanFileName(surveySpec.name, pose.scanId, pose.subId, pose.name, ".txt");
+        if (surveySpec.text && !writeTextPoints(textPath, cloud)) return fail(textPath);
         if (progress != nullptr) {
             std::fprintf(progress, "scan %d: %zu points, %s\n", static_cast<int>(pose.scanId), cloud.size(),
                          binaryPath.string().c_str());
             std::fflush(progress);
         }
     }
-    if (!writeTruth(outDir / (spec.name + "_truth.csv"), poses))
-        return fail(outDir / (spec.name + "_truth.csv"));
-    if (!writeOptionFile(outDir / "sorvek.txt", spec)) return fail(outDir / "sorvek.txt");
+    if (!writeTruth(outDir / (surveySpec.name + "_truth.csv"), poses))
+        return fail(outDir / (surveySpec.name + "_truth.csv"));
+    if (!writeOptionFile(outDir / "sorvek.txt", surveySpec)) return fail(outDir / "sorvek.txt");
     return true;
 }
 

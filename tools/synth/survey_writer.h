@@ -28,10 +28,10 @@ bool writeTextPoints(const std::filesystem::path& path, const Cloud& cloud);
 bool writeTruth(const std::filesystem::path& path, const std::vector<ScanPose>& poses);
 
 // The option file that suits the job: neighbour distances, line direction, translation.
-bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& spec);
+bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& surveySpec);
 
 // writeSurvey with a line per scan on `progress` (no lines when it is null).
-bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, std::string& error,
+bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error,
                  std::FILE* progress);
 
 }  // namespace sorvek::synth

@@ -61,16 +61,16 @@ struct SceneHandle {
 };
 
 // The scanner set-ups of the job, in table order.
-std::vector<ScanPose> planScans(const SurveySpec& spec);
+std::vector<ScanPose> planScans(const SurveySpec& surveySpec);
 
 // The scene that covers every set-up of `poses`.
-SceneHandle makeScene(const SurveySpec& spec, const std::vector<ScanPose>& poses);
+SceneHandle makeScene(const SurveySpec& surveySpec, const std::vector<ScanPose>& poses);
 
 // The points one scanner at `pose` sees, in its scanner frame (the true pose applied to
-// them gives survey coordinates less the database translation). Exactly spec.points of
-// them unless the scene offers too little within range. Deterministic for a (spec, pose)
+// them gives survey coordinates less the database translation). Exactly surveySpec.points of
+// them unless the scene offers too little within range. Deterministic for a (surveySpec, pose)
 // pair: the random stream follows from the seed and the pose's ids.
-Cloud sampleScan(const SceneHandle& scene, const ScanPose& pose, const SurveySpec& spec);
+Cloud sampleScan(const SceneHandle& scene, const ScanPose& pose, const SurveySpec& surveySpec);
 
 // The scan row as the program loads it from the database (radians, no translation
 // option), but with `headingErrorDeg` in place of the pose's own error: 0 gives the true
@@ -79,6 +79,6 @@ ScanRecord scanRecordOf(const ScanPose& pose, double headingErrorDeg, const std:
 
 // Writes the whole job into `outDir` (created if missing): database, .bxyz files, text
 // files when asked, truth CSV and option file. Returns false with `error` set on failure.
-bool writeSurvey(const SurveySpec& spec, const std::filesystem::path& outDir, std::string& error);
+bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error);
 
 }  // namespace sorvek::synth

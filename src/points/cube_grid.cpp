@@ -94,7 +94,12 @@ CubeGrid layCubeGrid(const RunOptions& options, const CloudBounds& bounds, doubl
         zMin > bounds.minZ ? wholeOrigin(zMin) : wholeOrigin(bounds.minZ - options.dCZ);
 
     CubeGrid grid;
-    if (!nx || !ny || !nz || !originX || !originY || !originZ) {
+    if (!originX || !originY || !originZ) {
+        grid.isTooLarge = true;
+        grid.isOutOfReach = true;
+        return grid;
+    }
+    if (!nx || !ny || !nz) {
         grid.isTooLarge = true;
         return grid;
     }

@@ -19,6 +19,8 @@ struct CubeGrid {
     double originZ = 0.0;
     std::int32_t cubeCount = 0;   // nx * nz * ny in 32-bit arithmetic; the out-of-grid index
     bool isTooLarge = false;      // not indexable in 32 bits: cubeCount 0, every cube 0
+    bool isOutOfReach = false;    // too large because the box is not a number or an origin
+                                  // lies beyond int32, not because the cubes are too small
 };
 
 // Converting a double that int32 cannot hold is undefined behaviour; NaN and values

@@ -71,7 +71,11 @@ void assignAndSort(Run& run) {
     assignCubes(run, pair.secondCloud, pair.overlapBounds, zMin);
     std::printf("Assigned %i Points from scan %i to %i Cubes\n", pair.secondBounds.count,
                 scanNumber(run, pair.secondIndex, 2), run.state.cubeCount);
-    if (layCubeGrid(run.options, pair.overlapBounds, zMin).isTooLarge) {
+    const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, zMin);
+    if (grid.isOutOfReach) {
+        std::printf("Coordinates of this pair are not numbers or too far out for the cube grid. "
+                    "Check the point files and TRANSX, TRANSY. \n");
+    } else if (grid.isTooLarge) {
         std::printf("Cube grid too large for this pair. Increase dCX, dCY or dCZ. \n");
     }
     std::printf("Sorting Data\n");

@@ -1,229 +1,125 @@
-// The files of a generated job: database rows as the program reads them, point files of
-// the stated size, the stated heading errors, and the same bytes for the same seed.
+// Generated jobs as files and in the real programs: the same bytes for the same seed,
+// a job that sorvek loads with its neighbours, and sorvek-synth's command line.
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
+#include <sys/wait.h>
+
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "support/sorvek_session.h"
-#include "survey/database_reader.h"
+#include "synth/command_line.h"
 #include "synth/synth.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using sorvek::synth::SurveySpec;
-
-SurveySpec smallLine() {
-    SurveySpec surveySpec;
-    surveySpec.scans = 4;
-    surveySpec.points = 3000;
-    surveySpec.spacing = 12.0;
-    surveySpec.errorDeg = 0.8;
-    surveySpec.seed = 7;
-    surveySpec.name = "street";
-    return surveySpec;
-}
+using namespace sorvek::synth;
+using sorvek::testing::readFile;
 
 fs::path writeJob(const SurveySpec& surveySpec, const std::string& label) {
     const fs::path dir = sorvek::testing::makeScratchDir(label);
     std::string error;
-    EXPECT_TRUE(sorvek::synth::writeSurvey(surveySpec, dir, error)) << error;
+    EXPECT_TRUE(writeSurvey(surveySpec, dir, error)) << error;
     return dir;
 }
 
-std::vector<std::string> linesOf(const fs::path& path) {
-    std::istringstream in(sorvek::testing::readFile(path));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
-// One database row, read with the program's separators: nine values, the name last.
-struct Row {
-    double values[6] = {};
-    int scanId = 0;
-    int subId = 0;
-    std::string name;
-};
-
-std::vector<Row> readDatabase(const fs::path& path) {
-    std::vector<Row> rows;
-    const std::vector<std::string> lines = linesOf(path);
-    for (std::size_t index = 1; index < lines.size(); ++index) {
-        Row row;
-        char name[16] = {};
-        int used = 0;
-        const int fields = std::sscanf(lines[index].c_str(), "%lf,%lf,%lf,%lf,%lf,%lf,%d,%d,%15s%n",
-                                       &row.values[0], &row.values[1], &row.values[2], &row.values[3],
-                                       &row.values[4], &row.values[5], &row.scanId, &row.subId, name, &used);
-        EXPECT_EQ(fields, 9) << lines[index];
-        EXPECT_EQ(static_cast<std::size_t>(used), lines[index].size()) << lines[index];
-        row.name = name;
-        rows.push_back(row);
-    }
-    return rows;
-}
-
-// The truth file as rows of named columns.
-std::vector<std::map<std::string, double>> readTruth(const fs::path& path) {
-    const std::vector<std::string> lines = linesOf(path);
-    std::vector<std::string> names;
-    std::istringstream head(lines.at(0));
-    for (std::string name; std::getline(head, name, ',');) names.push_back(name);
-    std::vector<std::map<std::string, double>> rows;
-    for (std::size_t index = 1; index < lines.size(); ++index) {
-        std::istringstream cells(lines[index]);
-        std::map<std::string, double> row;
-        std::string cell;
-        for (std::size_t column = 0; std::getline(cells, cell, ','); ++column) {
-            row[names.at(column)] = column == 2 ? 0.0 : std::stod(cell);
-        }
-        rows.push_back(row);
-    }
-    return rows;
-}
-
-std::string optionValue(const fs::path& optionFile, const std::string& key) {
-    for (const std::string& line : linesOf(optionFile)) {
-        if (line.rfind(key + " ", 0) == 0) return line.substr(key.size() + 1);
-    }
-    return "(missing)";
-}
-
-TEST(SynthJob, DatabaseRowsNameTheBinaryFilesThatHoldTheirPoints) {
-    const SurveySpec surveySpec = smallLine();
-    const fs::path dir = writeJob(surveySpec, "synth-format");
-    EXPECT_EQ(linesOf(dir / "street.txt").at(0), "X,Y,Z,rotX,rotY,rotZ,id,subid,name");
-    const std::vector<Row> rows = readDatabase(dir / "street.txt");
-    ASSERT_EQ(rows.size(), 4U);
-    for (const Row& row : rows) {
-        const std::string composed =
-            sorvek::composeScanFileName((dir / "street").string(), 1, row.scanId, row.subId, row.name);
-        SCOPED_TRACE(composed);
-        ASSERT_TRUE(fs::exists(composed));
-        EXPECT_EQ(fs::file_size(composed), 32U * 3000U);
-    }
-    fs::remove_all(dir);
-}
-
-TEST(SynthJob, TextFilesRepeatTheBinaryPoints) {
-    SurveySpec surveySpec = smallLine();
-    surveySpec.scans = 1;
-    surveySpec.text = true;
-    const fs::path dir = writeJob(surveySpec, "synth-text");
-    const std::vector<std::string> lines = linesOf(dir / "street_001_001_S001.txt");
-    ASSERT_EQ(lines.size(), 3001U);
-    EXPECT_EQ(lines[0], "#X,Y,Z");
-    const std::string binary = sorvek::testing::readFile(dir / "street_001_001_S001.bxyz");
-    for (const std::size_t pointIndex : {std::size_t{0}, std::size_t{1234}, std::size_t{2999}}) {
-        sorvek::PointRecord point;
-        std::copy_n(binary.data() + (pointIndex * 32), 32, reinterpret_cast<char*>(&point));
-        double x = 0.0;
-        double y = 0.0;
-        double z = 0.0;
-        ASSERT_EQ(std::sscanf(lines[pointIndex + 1].c_str(), "%lf,%lf,%lf", &x, &y, &z), 3);
-        EXPECT_NEAR(x, point.x, 5.0e-7);
-        EXPECT_NEAR(y, point.y, 5.0e-7);
-        EXPECT_NEAR(z, point.z, 5.0e-7);
-    }
-    fs::remove_all(dir);
-}
-
-TEST(SynthJob, DatabaseCarriesTrueHeadingPlusTheStatedErrorAndScannerZLessItsHeight) {
-    const SurveySpec surveySpec = smallLine();
-    const fs::path dir = writeJob(surveySpec, "synth-truth");
-    const std::vector<Row> rows = readDatabase(dir / "street.txt");
-    const auto truth = readTruth(dir / "street_truth.csv");
-    ASSERT_EQ(truth.size(), rows.size());
-    double largestError = 0.0;
-    for (std::size_t index = 0; index < rows.size(); ++index) {
-        SCOPED_TRACE(index);
-        const double errorDeg = truth[index].at("headingErrorDeg");
-        EXPECT_LE(std::abs(errorDeg), surveySpec.errorDeg);
-        EXPECT_NEAR(rows[index].values[5] - truth[index].at("trueHeadingDeg"), errorDeg, 1.0e-9);
-        EXPECT_NEAR(truth[index].at("z") - rows[index].values[2], 0.29, 1.0e-9);
-        EXPECT_EQ(rows[index].values[0], truth[index].at("x"));
-        largestError = std::max(largestError, std::abs(errorDeg));
-    }
-    EXPECT_GT(largestError, 0.1);  // the errors are really there
-    fs::remove_all(dir);
-}
-
-TEST(SynthJob, SameSeedGivesTheSameBytesInEveryFile) {
-    SurveySpec surveySpec = smallLine();
-    surveySpec.text = true;
+// The text file carries the binary file's points, rounded to its six decimals.
+TEST(SynthJob, SameSeedGivesTheSameBytesAndTextRepeatsTheBinaryPoints) {
+    SurveySpec surveySpec{.scans = 2, .points = 500, .text = true};
     const fs::path first = writeJob(surveySpec, "synth-same-a");
     const fs::path second = writeJob(surveySpec, "synth-same-b");
-    surveySpec.seed = 8;
-    const fs::path other = writeJob(surveySpec, "synth-same-c");
     std::size_t fileCount = 0;
     for (const fs::directory_entry& entry : fs::directory_iterator(first)) {
-        const fs::path name = entry.path().filename();
-        SCOPED_TRACE(name.string());
-        EXPECT_EQ(sorvek::testing::readFile(entry.path()), sorvek::testing::readFile(second / name));
+        EXPECT_EQ(readFile(entry.path()), readFile(second / entry.path().filename())) << entry.path();
         ++fileCount;
     }
-    EXPECT_EQ(fileCount, 4U + 4U + 3U);  // points twice per scan, database, truth, options
-    EXPECT_NE(sorvek::testing::readFile(first / "street_001_001_S001.bxyz"),
-              sorvek::testing::readFile(other / "street_001_001_S001.bxyz"));
+    EXPECT_EQ(fileCount, 2U + 2U + 3U);  // points twice per scan, database, truth, options
+    const std::string binary = readFile(first / "survey_002_001_S002.bxyz");
+    std::istringstream text(readFile(first / "survey_002_001_S002.txt"));
+    std::string line;
+    ASSERT_TRUE(std::getline(text, line) && line == "#X,Y,Z");
+    for (std::size_t pointIndex = 0; pointIndex < 500; ++pointIndex) {
+        sorvek::PointRecord point;
+        std::memcpy(&point, binary.data() + (pointIndex * 32), 32);
+        double x = 0.0, y = 0.0, z = 0.0;
+        ASSERT_TRUE(std::getline(text, line) && std::sscanf(line.c_str(), "%lf,%lf,%lf", &x, &y, &z) == 3);
+        ASSERT_NEAR(x, point.x, 5.0e-7);
+        ASSERT_NEAR(y, point.y, 5.0e-7);
+        ASSERT_NEAR(z, point.z, 5.0e-7);
+    }
+    surveySpec.seed = 2;
+    const fs::path other = writeJob(surveySpec, "synth-same-c");
+    EXPECT_NE(binary, readFile(other / "survey_002_001_S002.bxyz"));
     for (const fs::path& dir : {first, second, other}) fs::remove_all(dir);
 }
 
-TEST(SynthJob, LineRunsTheWayAskedWithNeighboursInsideTheSearchDistance) {
-    struct Case {
-        const char* direction;
-        double alongX;
-        double alongY;
-        const char* dataDir;
-    };
-    for (const Case c : {Case{"north", 0, 1, "0"}, Case{"south", 0, -1, "0"}, Case{"east", 1, 0, "1"},
-                         Case{"west", -1, 0, "1"}}) {
-        SCOPED_TRACE(c.direction);
-        SurveySpec surveySpec = smallLine();
-        surveySpec.points = 100;
-        surveySpec.direction = c.direction;
-        surveySpec.offsetX = 512000.25;
-        surveySpec.offsetY = -4100.5;
-        const fs::path dir = writeJob(surveySpec, "synth-line");
-        EXPECT_EQ(optionValue(dir / "sorvek.txt", "DATADIR"), c.dataDir);
-        EXPECT_EQ(optionValue(dir / "sorvek.txt", "TRANSX"), "512000.250000");
-        EXPECT_EQ(optionValue(dir / "sorvek.txt", "TRANSY"), "-4100.500000");
-        const double searchDistance = std::stod(optionValue(dir / "sorvek.txt", "GPSMAXDIST"));
-        const std::vector<Row> rows = readDatabase(dir / "street.txt");
-        for (std::size_t index = 1; index < rows.size(); ++index) {
-            const double dx = rows[index].values[0] - rows[index - 1].values[0];
-            const double dy = rows[index].values[1] - rows[index - 1].values[1];
-            const double step = (dx * c.alongX) + (dy * c.alongY);
-            EXPECT_GE(step, 0.85 * surveySpec.spacing);
-            EXPECT_LE(step, 1.15 * surveySpec.spacing);
-            EXPECT_LT(std::hypot(dx, dy), searchDistance);
-            if (index >= 2) {  // the scan beyond the neighbour is out of reach
-                EXPECT_GT(std::hypot(rows[index].values[0] - rows[index - 2].values[0],
-                                     rows[index].values[1] - rows[index - 2].values[1]),
-                          searchDistance);
-            }
-        }
-        fs::remove_all(dir);
-    }
+// A line running west with survey-sized coordinates: the generated DATADIR, TRANSX and
+// TRANSY must let sorvek find each scan's neighbours on the right sides. x at the
+// confirmation ends the run before anything is written.
+TEST(SynthJob, WestLineLoadsInSorvekWithItsNeighbours) {
+    const fs::path dir = writeJob(
+        {.direction = "west", .scans = 3, .points = 100, .offsetX = 731000.0, .offsetY = 5612000.0}, "west");
+    const auto loaded = sorvek::testing::runSorvek(dir, {"survey.txt"}, "2\nx", readFile(dir / "sorvek.txt"));
+    EXPECT_EQ(loaded.exitCode, 1);
+    EXPECT_NE(loaded.out.find(" Location:  2 E: 1 W: 3 \n"), std::string::npos) << loaded.out;
+    fs::remove_all(dir);
 }
 
-TEST(SynthJob, RefusesASpecOutsideItsRangesWithoutWriting) {
-    SurveySpec surveySpec = smallLine();
-    surveySpec.scans = 0;
-    const fs::path dir = sorvek::testing::makeScratchDir("synth-refuse") / "job";
-    std::string error;
-    EXPECT_FALSE(sorvek::synth::writeSurvey(surveySpec, dir, error));
-    EXPECT_EQ(error, "--scans must lie between 1 and 9999");
-    EXPECT_FALSE(fs::exists(dir));
-    fs::remove_all(dir.parent_path());
+TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
+    struct Case { const char* arguments; int exitCode; const char* message; };
+    const Case cases[] = {
+        {"--help", 0, ""},
+        {"--scans 0", 2, "--scans needs a whole number from 1 to 9999, not '0'"},
+        {"--layout ring", 2, "--layout needs line or site, not 'ring'"},
+        {"--points", 2, "--points needs a value"},
+        {"--points 12k", 2, "--points needs a whole number from 1 to 50000000, not '12k'"},
+        {"--seed -3", 2, "--seed needs a whole number from 0 to 18446744073709551615, not '-3'"},
+        {"--offset 5", 2, "--offset needs two numbers X,Y, not '5'"},
+        {"--noise 2", 2, "--noise must lie between 0 and 0.5, not 2"},
+        {"--colour red", 2, "unknown option --colour"},
+        {"--text=yes", 2, "--text takes no value"},
+        {"extra", 2, "unexpected argument 'extra'"},
+    };
+    const fs::path dir = sorvek::testing::makeScratchDir("synth-args");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const int status = std::system(("cd '" + dir.string() + "' && " + SORVEK_SYNTH_BINARY + " " +
+                                        c.arguments + " > synth.out 2> synth.err").c_str());
+        EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : -1, c.exitCode);
+        const bool isHelp = c.exitCode == 0;
+        const std::string message = "sorvek-synth: " + std::string(c.message) + "\n";
+        EXPECT_EQ(readFile(dir / "synth.err"), isHelp ? "" : message + "Try 'sorvek-synth --help'.\n");
+        EXPECT_EQ(readFile(dir / "synth.out").find("--no-occlusion") != std::string::npos, isHelp);
+    }
+    EXPECT_FALSE(fs::exists(dir / "synthetic-survey"));
+    fs::remove_all(dir);
+}
+
+TEST(SynthCommandLine, ReadsEveryOptionIntoTheSpec) {
+    const std::vector<std::string> words = {
+        "--out", "jobs/a", "--layout=site", "--direction", "west", "--scans", "12", "--points", "5000",
+        "--spacing", "20", "--error-deg", "0.75", "--noise", "0.002", "--seed", "18446744073709551615",
+        "--name", "site-7", "--text", "--tilt-deg", "0.5", "--offset", "512000.5,-3e3", "--range", "45",
+        "--no-occlusion"};
+    CommandLine commandLine;
+    ASSERT_EQ(parseCommandLine(words, commandLine), "");
+    const SurveySpec& s = commandLine.surveySpec;
+    char read[400];
+    std::snprintf(read, sizeof read,
+                  "%s %d %s %s %d %lld %.17g %.17g %.17g %llu %s %d %.17g %.17g,%.17g %.17g %d",
+                  commandLine.outDir.c_str(), commandLine.isHelp, s.layout.c_str(), s.direction.c_str(),
+                  s.scans, static_cast<long long>(s.points), s.spacing, s.errorDeg, s.noise,
+                  static_cast<unsigned long long>(s.seed), s.name.c_str(), s.text, s.tiltDeg, s.offsetX,
+                  s.offsetY, s.rangeLimit, s.occlusion);
+    EXPECT_STREQ(read, "jobs/a 0 site west 12 5000 20 0.75 0.002 18446744073709551615 site-7 1 0.5 "
+                       "512000.5,-3000 45 0");
 }
 
 }  // namespace

@@ -43,7 +43,8 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
 }
 
 SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
-                        const std::string& stdinText, const std::optional<std::string>& optionText) {
+                        const std::string& stdinText, const std::optional<std::string>& optionText,
+                        const std::string& shellPrefix) {
     namespace fs = std::filesystem;
     const fs::path binDir = workDir / "bin";
     fs::create_directories(binDir);
@@ -53,7 +54,7 @@ SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
     writeFile(workDir / ".stdin", stdinText);
 
-    std::string command = "cd " + quoted(workDir.string()) + " && ./bin/sorvek";
+    std::string command = "cd " + quoted(workDir.string()) + " && " + shellPrefix + "./bin/sorvek";
     for (const std::string& arg : args) command += " " + quoted(arg);
     command += " < .stdin > .stdout 2> .stderr";
     const int status = std::system(command.c_str());

@@ -24,8 +24,10 @@ void writeFile(const std::filesystem::path& path, const std::string& contents);
 
 // Runs sorvek with `workDir` as working directory, invoked as ./bin/sorvek so that it
 // finds bin/sorvek.txt, which holds `optionText` (no option file when it is nullopt).
+// `shellPrefix` runs in the same shell just before the program, e.g. a ulimit.
 SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                         const std::string& stdinText,
-                        const std::optional<std::string>& optionText = std::nullopt);
+                        const std::optional<std::string>& optionText = std::nullopt,
+                        const std::string& shellPrefix = "");
 
 }  // namespace sorvek::testing

@@ -46,38 +46,6 @@ TEST(LinearRegistration, PairOrderFollowsTheStoresOfEachSolver) {
     }
 }
 
-// The rms column against the initial RMS that pair preparation printed for the same pair.
-TEST(LinearRegistration, RowFormFollowsTheComparisonWithTheInitialRms) {
-    const SurveyJob job =
-        testing::makeSurveyJob("forms", testing::smallSpec("line", "north", 4, 8000));
-    for (const char* solver : {"REGSOL 0\n", "REGSOL 0\nMAXITER 0\n"}) {
-        SCOPED_TRACE(solver);
-        const testing::SessionResult result = testing::runMode(job, 1, solver);
-        const auto rows = testing::readRows(job.dir / "jobreg.csv");
-        const auto initial = testing::linesStartingWith(result.out, "Initial rms = ");
-        ASSERT_EQ(rows.size(), 3U);
-        ASSERT_EQ(initial.size(), rows.size());
-        for (std::size_t k = 0; k < rows.size(); ++k) {
-            SCOPED_TRACE(k);
-            ASSERT_EQ(rows[k].size(), 7U);
-            const std::string initialRms = initial[k].substr(0, initial[k].find(' '));
-            const bool isRotationRow = rows[k][1] != "0.000000" || rows[k][3] != "0.000000";
-            if (isRotationRow) {
-                EXPECT_LT(testing::number(rows[k][4]), testing::number(initialRms));
-            } else {
-                EXPECT_EQ(rows[k][4], initialRms);
-            }
-            EXPECT_EQ(rows[k][6], "0");  // only Ping Pong counts iterations
-        }
-        if (std::string(solver).find("MAXITER 0") != std::string::npos) {
-            // No estimate ran, so no solver wrote a point count: it stays at its start, 0.
-            for (const auto& row : rows) EXPECT_EQ(row[5], "0");
-            for (const auto& row : rows) EXPECT_EQ(row[1] + row[3], "0.0000000.000000");
-        }
-    }
-    std::filesystem::remove_all(job.dir);
-}
-
 TEST(LinearRegistration, MissingScanFileIsLoggedAndCostsTheRestOfTheTurn) {
     const SurveyJob job =
         testing::makeSurveyJob("missing", testing::smallSpec("line", "north", 6, 6000));

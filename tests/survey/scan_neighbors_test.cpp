@@ -1,93 +1,66 @@
-// Which scan is whose neighbour, at the edges of the distance span, for ties and level
-// scans; and the progress figures that the confirmation leaves behind.
+// Which scan is whose neighbour: the edges of the distance span, ties, level scans, and
+// the progress step that the confirmation leaves behind.
 #include "survey/scan_neighbors.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstdio>
 #include <limits>
-#include <vector>
-
-#include "support/sorvek_session.h"
 
 namespace sorvek {
 namespace {
 
 struct Spot { double x; double y; };
 
-Run runWithScans(const std::vector<Spot>& spots, double minDist, double maxDist, int dataDir = 0) {
-    sorvek::Run run;
+// Scans with ids 10, 11, ... at `spots`; returns what the search prints.
+std::string findNeighbours(Run& run, const std::vector<Spot>& spots, double minDist, double maxDist, int dataDir) {
     run.options.GPSMINDIST = minDist;
     run.options.GPSMAXDIST = maxDist;
     run.options.DATADIR = dataDir;
-    for (std::size_t index = 0; index < spots.size(); ++index) {
-        ScanRecord scan;
-        scan.gpsX = spots[index].x;
-        scan.gpsY = spots[index].y;
-        scan.gpsZ = 100.0 * static_cast<double>(index);  // height never matters
-        scan.scanId = 10 + static_cast<std::int32_t>(index);
-        run.state.scans.push_back(scan);
+    for (const Spot& spot : spots) {
+        ScanRecord& scan = run.state.scans.emplace_back();
+        scan.scanId = 9 + static_cast<std::int32_t>(run.state.scans.size());
+        scan.gpsX = spot.x;
+        scan.gpsY = spot.y;
+        scan.gpsZ = 100.0 * scan.scanId;  // height never matters
     }
     run.state.scanCount = static_cast<std::int32_t>(spots.size());
+    ::testing::internal::CaptureStdout();
     findScanNeighbors(run);
-    return run;
+    return ::testing::internal::GetCapturedStdout();
 }
 
-struct Expected { std::int32_t north; double northDist; std::int32_t south; double southDist; };
-
-void expectNeighbours(const Run& run, std::size_t index, const Expected& want) {
-    SCOPED_TRACE(index);
-    const ScanRecord& scan = run.state.scans[index];
-    EXPECT_EQ(scan.northScan, want.north);
-    EXPECT_EQ(scan.northDist, want.northDist);
-    EXPECT_EQ(scan.southScan, want.south);
-    EXPECT_EQ(scan.southDist, want.southDist);
-}
-
-TEST(ScanNeighbours, TheLowerBoundIsInclusiveAndTheUpperExclusive) {
-    // Seen from scan 0: 2 units north (on GPSMINDIST), 1 north (too near), 10 south (on
-    // GPSMAXDIST) and 9.5 south.
-    const sorvek::Run run = runWithScans({{0, 0}, {0, 2}, {0, 1}, {0, -10}}, 2.0, 10.0);
-    expectNeighbours(run, 0, {1, 2.0, -1, 10.0});
-    expectNeighbours(run, 1, {-1, 10.0, 0, 2.0});
-    const sorvek::Run nearer = runWithScans({{0, 0}, {0, -10}, {0, -9.5}}, 2.0, 10.0);
-    expectNeighbours(nearer, 0, {-1, 10.0, 2, 9.5});
-}
-
-TEST(ScanNeighbours, OfTwoAtTheSameDistanceTheFirstInTheTableStays) {
-    expectNeighbours(runWithScans({{0, 0}, {3, 4}, {-3, 4}}, 0.0, 200.0), 0, {1, 5.0, -1, 200.0});
-    expectNeighbours(runWithScans({{0, 0}, {-3, 4}, {3, 4}}, 0.0, 200.0), 0, {1, 5.0, -1, 200.0});
-    expectNeighbours(runWithScans({{3, -4}, {-3, -4}, {0, 0}}, 0.0, 200.0), 2, {-1, 200.0, 0, 5.0});
-}
-
-TEST(ScanNeighbours, OneCoordinateDecidesTheSideAndBothTheDistance) {
-    const sorvek::Run northSouth = runWithScans({{0, 0}, {5, 0}, {100, 1}}, 0.0, 200.0);
-    expectNeighbours(northSouth, 0, {2, std::sqrt(10001.0), -1, 200.0});  // level scan 1 is no neighbour
-    expectNeighbours(northSouth, 1, {2, std::sqrt(9026.0), -1, 200.0});
-    const sorvek::Run eastWest = runWithScans({{0, 0}, {5, 0}, {100, 1}}, 0.0, 200.0, 7);
-    expectNeighbours(eastWest, 0, {1, 5.0, -1, 200.0});
-    expectNeighbours(eastWest, 1, {2, std::sqrt(9026.0), 0, 5.0});
-    expectNeighbours(eastWest, 2, {-1, 200.0, 1, std::sqrt(9026.0)});
-}
-
-TEST(ScanNeighbours, NeedNotBeMutual) {
-    // 1 is the nearest scan north of 0, while 2, off to the side, is nearer to 1 than 0 is.
-    const sorvek::Run run = runWithScans({{0, 0}, {0, 10}, {-8, 9}}, 0.0, 200.0);
-    expectNeighbours(run, 0, {1, 10.0, -1, 200.0});
-    expectNeighbours(run, 1, {-1, 200.0, 2, std::sqrt(65.0)});
-}
-
-TEST(ScanNeighbours, ScansWithoutPartnersKeepMinusOneAndTheUpperBound) {
-    expectNeighbours(runWithScans({{4, 4}}, 0.0, 200.0), 0, {-1, 200.0, -1, 200.0});
-    const sorvek::Run crossed = runWithScans({{0, 0}, {0, 5}}, 50.0, 20.0);
-    expectNeighbours(crossed, 0, {-1, 20.0, -1, 20.0});
-    expectNeighbours(crossed, 1, {-1, 20.0, -1, 20.0});
-}
-
-TEST(ScanNeighbours, AnEmptyTableIsLeftAlone) {
-    const sorvek::Run run = runWithScans({}, 0.0, 200.0);
-    EXPECT_TRUE(run.state.scans.empty());
+// Lines name the scans by id. A side without a neighbour keeps -1 and the upper bound.
+TEST(ScanNeighbours, FindsTheNearestScanOnEachSideWithinTheSpan) {
+    struct Case { const char* label; std::vector<Spot> spots; double minDist, maxDist; int dataDir; std::string lines; };
+    const std::string none = "No scans available to match with ";
+    const std::string tie = " Location:  10 N: 11 S: None \n Location:  11 N: None S: 10 \n Location:  12 N: None S: 10 \n";
+    for (const Case& c : {
+             // 11 lies on GPSMINDIST, 12 is too near, 13 lies on GPSMAXDIST.
+             Case{"lower bound inclusive, upper exclusive", {{0, 0}, {0, 2}, {0, 1}, {0, -10}}, 2, 10, 0,
+                  " Location:  10 N: 11 S: None \n Location:  11 N: None S: 10 \n" + none + "12 \n" + none + "13 \n"},
+             Case{"nearest beyond the lower bound", {{0, 0}, {0, -10}, {0, -9.5}}, 2, 10, 0,
+                  " Location:  10 N: None S: 12 \n" + none + "11 \n Location:  12 N: 10 S: None \n"},
+             Case{"a tie keeps the first in the table", {{0, 0}, {3, 4}, {-3, 4}}, 0, 200, 0, tie},
+             Case{"whichever lies where", {{0, 0}, {-3, 4}, {3, 4}}, 0, 200, 0, tie},
+             // 11 is level with 10 in Y, so the far scan 12 is the nearest one north.
+             Case{"Y decides the side", {{0, 0}, {5, 0}, {100, 1}}, 0, 200, 0,
+                  " Location:  10 N: 12 S: None \n Location:  11 N: 12 S: None \n Location:  12 N: None S: 11 \n"},
+             Case{"X decides the side", {{0, 0}, {5, 0}, {100, 1}}, 0, 200, 7,
+                  " Location:  10 E: 11 W: None \n Location:  11 E: 12 W: 10 \n Location:  12 E: None W: 11 \n"},
+             // 11 is the nearest scan north of 10, while 12, off to the side, is nearer to 11.
+             Case{"need not be mutual", {{0, 0}, {0, 10}, {-8, 9}}, 0, 200, 0,
+                  " Location:  10 N: 11 S: None \n Location:  11 N: None S: 12 \n Location:  12 N: 11 S: 10 \n"},
+             Case{"crossed bounds", {{0, 0}, {0, 5}}, 50, 20, 0, none + "10 \n" + none + "11 \n"},
+             Case{"one scan", {{4, 4}}, 0, 200, 0, none + "10 \n"}, Case{"no scans", {}, 0, 200, 0, ""}}) {
+        SCOPED_TRACE(c.label);
+        sorvek::Run run;
+        const std::string out = findNeighbours(run, c.spots, c.minDist, c.maxDist, c.dataDir);
+        EXPECT_EQ(out, "\nFinding Scan Neighbors...... \n\n" + c.lines);
+        for (const ScanRecord& scan : run.state.scans) {  // found distances: the rows' spacing column
+            EXPECT_TRUE((scan.northScan >= 0 || scan.northDist == c.maxDist) &&
+                        (scan.southScan >= 0 || scan.southDist == c.maxDist));
+        }
+    }
 }
 
 TEST(PercentStep, DividesByTheProductAsThirtyTwoBitArithmeticLeavesIt) {
@@ -95,31 +68,11 @@ TEST(PercentStep, DividesByTheProductAsThirtyTwoBitArithmeticLeavesIt) {
     struct Case { std::int32_t maxIter; std::int32_t scanCount; double step; };
     for (const Case c : {Case{5, 4, 5.0}, Case{5, 0, inf}, Case{0, 3, inf}, Case{-5, 4, -5.0},
                          Case{65536, 65536, inf}, Case{65537, 65536, 100.0 / 65536.0},
-                         Case{65536, 32768, 100.0 / -2147483648.0},
-                         Case{INT32_MAX, 2, -50.0}, Case{INT32_MIN, -1, 100.0 / -2147483648.0}}) {
+                         Case{65536, 32768, 100.0 / -2147483648.0}, Case{INT32_MAX, 2, -50.0},
+                         Case{INT32_MIN, -1, 100.0 / -2147483648.0}}) {
         SCOPED_TRACE(::testing::Message() << c.maxIter << " x " << c.scanCount);
         EXPECT_EQ(percentStepFor(c.maxIter, c.scanCount), c.step);
     }
-}
-
-TEST(PrepareScans, SetsTheProgressFiguresOnceTheUserGoesOn) {
-    const std::filesystem::path folder = sorvek::testing::makeScratchDir("prepare");
-    sorvek::testing::writeFile(folder / "line7.txt", "H\n0,0,0,0,0,0,1,1,A\n0,5,0,0,0,0,2,1,B\n"
-                                                     "0,9,0,0,0,0,3,1,C\n");
-    sorvek::testing::writeFile(folder / "answer.txt", "X\n");
-    ASSERT_NE(std::freopen((folder / "answer.txt").c_str(), "r", stdin), nullptr);
-    sorvek::Run run;
-    run.state.databasePath = (folder / "line7.txt").string();
-    run.state.databaseStem = (folder / "line7").string();
-    run.options.MAXITER = 8;
-    prepareScans(run);
-    EXPECT_EQ(run.state.scanCount, 3);
-    EXPECT_EQ(run.state.scans.size(), 3U);
-    EXPECT_EQ(run.state.progressScans, 3);
-    EXPECT_EQ(run.state.percentStep, 100.0 / 24.0);
-    EXPECT_EQ(run.state.scans[1].northScan, 2);
-    EXPECT_EQ(run.state.scans[1].southScan, 0);
-    EXPECT_EQ(std::getchar(), '\n');  // only the first character was taken
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -65,6 +67,29 @@ TEST(CountScans, RefusesADatabaseThatIsNoStreamOfRowsNamingTheLine) {
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_FALSE(std::filesystem::exists(folder / "line7log.txt"));
     }
+}
+
+// A file that lost rows between the count and the load is refused, not half loaded.
+TEST(LoadScanDatabase, RefusesAFileThatLostRowsSinceTheyWereCounted) {
+    const std::filesystem::path folder = testing::makeScratchDir("changed");
+    testing::writeFile(folder / "line7.txt", "H\n1,2,3,4,5,6,7,8,A\n");
+    sorvek::Run run;
+    run.state.databasePath = (folder / "line7.txt").string();
+    run.state.databaseStem = (folder / "line7").string();
+    run.state.scanCount = 2;
+    const std::filesystem::path out = folder / "out.txt";
+    EXPECT_EXIT(
+        {
+            std::freopen("/dev/null", "r", stdin);
+            std::freopen(out.c_str(), "w", stdout);
+            (void)loadScanDatabase(run);
+        },
+        ::testing::ExitedWithCode(1), "");
+    EXPECT_TRUE(testing::readFile(out).ends_with(
+        "Unable to read data file " + run.state.databasePath +
+        ": it ends on line 3 with fewer rows than were counted, so it changed while being read. "
+        "Please try again. \n"))
+        << testing::readFile(out);
 }
 
 }  // namespace

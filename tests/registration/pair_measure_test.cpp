@@ -149,6 +149,59 @@ TEST(PairMeasure, AcceptsUpToTheLimitAndNeedsMinnumptsSamples) {
     }
 }
 
+// A plane from fewer than three entered points, or a nearest point beyond 31.6 (999 is
+// the empty place's squared distance), names no point: the sample is dropped.
+TEST(PairMeasure, DropsSamplesWhoseNearestListHasAnEmptyPlaceItNeeds) {
+    struct Case { const char* name; std::int32_t regMode; std::int32_t numppc; double spread; };
+    const Case cases[] = {
+        {"a plane from two points", 1, 2, 0.1},
+        {"a plane from one point", 1, 1, 0.1},
+        {"a nearest point beyond 31.6", 0, 2, 80.0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        sorvek::Run run;
+        run.options.REGMODE = c.regMode;
+        run.options.NUMPPC = c.numppc;
+        run.options.MINNUMPTS = 1;
+        run.options.dCX = run.options.dCY = run.options.dCZ = 1000.0;
+        const bool isPointToPoint = c.regMode == 0;
+        Cloud reference{{0, 0, 0}, {isPointToPoint ? 0 : c.spread, c.spread, 0}};
+        const double subjectX = isPointToPoint ? c.spread : c.spread / 2;
+        Cloud subject{{subjectX, 0, 0}, {subjectX, c.spread, 0}};
+        fixtures::gridAndSort(run, subject, reference);
+        std::int32_t accepted = -1;
+        EXPECT_EQ(measurePairRms(run, subject, reference, 100.0, accepted, run.options.ZMIN), 999.0);
+        EXPECT_EQ(accepted, 0);
+    }
+}
+
+// In mode 5 the measure writes its pairs beside the run; a file it cannot create is
+// reported and left out, and the measure comes out as it does without diagnostics.
+TEST(PairMeasure, ReportsADiagnosticFileItCannotCreateAndGoesOn) {
+    const std::filesystem::path dir = testing::makeScratchDir("diagnostics");
+    std::filesystem::create_directory(dir / "PointsScan1.txt");
+    const std::filesystem::path previous = std::filesystem::current_path();
+    sorvek::Run run;
+    run.options.MINNUMPTS = 10;
+    Cloud first = namedGround(0.2, 0.0, 1);
+    Cloud second = namedGround(0.15, 4.0, 2);
+    fixtures::gridAndSort(run, first, second);
+    std::int32_t accepted = 0;
+    const double quiet = measurePairRms(run, second, first, 0.05, accepted, run.options.ZMIN);
+    run.state.runMode = 5;
+    std::filesystem::current_path(dir);
+    ::testing::internal::CaptureStdout();
+    const double rms = measurePairRms(run, second, first, 0.05, accepted, run.options.ZMIN);
+    const std::string out = ::testing::internal::GetCapturedStdout();
+    std::filesystem::current_path(previous);
+    EXPECT_EQ(out, "Unable to create PointsScan1.txt \n");
+    EXPECT_EQ(rms, quiet);
+    EXPECT_EQ(testing::readFile(dir / "RMSdistances.txt").rfind("#Distances for point pairs for Scanset\n", 0), 0U);
+    EXPECT_EQ(testing::readFile(dir / "PointsScan2.txt").rfind("#X,Y,Z\n", 0), 0U);
+    std::filesystem::remove_all(dir);
+}
+
 // 999,996 subject points in one cube end the run at once: the message, a key, status 0.
 TEST(PairMeasure, TooManyPointsInOneCubeEndTheRunWithStatusZero) {
     const std::filesystem::path dir = testing::makeScratchDir("too-many");

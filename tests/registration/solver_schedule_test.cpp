@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <limits>
 #include <string>
+#include <vector>
 
 namespace sorvek {
 namespace {
@@ -49,6 +51,44 @@ TEST(Schedules, HoldTheMinimumInThirtyTwoBitsAndRunASingleStepAtTheFinalValues) 
     EXPECT_EQ(pingPongThresholds(options, 0).minDist, 0.01F);
     EXPECT_EQ(partialLeastSquaresThresholds(options, 0).maxDist, 0.1F);
     EXPECT_EQ(partialLeastSquaresThresholds(options, 0).minDist, 0.01F);
+}
+
+TEST(Schedules, HugeCountsWrapAndHugeLimitsRoundWithoutUndefinedBehaviour) {
+    EXPECT_EQ(schedulePosition(50000, 50000), -179496729);  // 2500000000 wraps in 32 bits
+    RunOptions huge;
+    huge.MAXITER = 1;
+    huge.MAXDISTFINAL = 1e300;
+    huge.MINDISTFINAL = 3.4028235e38;  // above the largest float, below the halfway point
+    const SearchThresholds limits = partialLeastSquaresThresholds(huge, 0);
+    EXPECT_EQ(limits.maxDist, std::numeric_limits<float>::infinity());
+    EXPECT_EQ(limits.minDist, std::numeric_limits<float>::max());
+}
+
+// A negative ALPHAINC, a range below rounding or a step that underflows would walk
+// forever; such walks end where the step stops carrying the value forward.
+TEST(CandidateWalk, WalksThatCannotMoveForwardEndInsteadOfRunningForever) {
+    struct Case { double range; double centre; std::int32_t increment; std::size_t count; };
+    for (const Case c : {Case{0.0, 0.3, 5, 0}, Case{-0.1, 0.3, 5, 0}, Case{0.1, 0.0, -5, 1},
+                         Case{1e-16, 1.0, 5, 1}}) {
+        SCOPED_TRACE(c.range);
+        const CandidateWalk walk = candidateWalk(c.range, c.centre, c.increment, 0);
+        std::vector<double> tried;
+        for (double candidate = walk.firstCandidate; walk.upperAngle > candidate;) {
+            tried.push_back(candidate);
+            if (!stepForward(candidate, walk.searchStep)) break;
+        }
+        EXPECT_EQ(tried.size(), c.count);
+    }
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    struct Step { double value; double step; bool moves; };
+    for (const Step c : {Step{0.0, 0.1, true}, Step{0.0, 0.0, false}, Step{0.0, -0.1, false},
+                         Step{0.0, nan, false}, Step{1.0, 1e-17, false},
+                         Step{-1.0, std::numeric_limits<double>::infinity(), true}}) {
+        SCOPED_TRACE(c.step);
+        double value = c.value;
+        EXPECT_EQ(stepForward(value, c.step), c.moves);
+        EXPECT_EQ(value, c.moves ? c.value + c.step : c.value);
+    }
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 // time per call and the points it handles per second.
 
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -18,11 +16,15 @@
 #include "points/transforms.h"
 #include "registration/pair_measure.h"
 #include "registration/rotation_estimator.h"
+#include "bench_support.h"
 #include "synth/synth.h"
 
 namespace {
 
 using namespace sorvek;
+using bench::restore;
+using bench::silence;
+using bench::SilencedOutput;
 
 // One pair in every state the stages start from, built once before timing.
 struct BenchPair {
@@ -55,10 +57,7 @@ void writeBxyz(const std::filesystem::path& path, const Cloud& cloud) {
 std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     auto pair = std::make_unique<BenchPair>();
     pair->pointsPerCloud = pointsPerCloud;
-    synth::SurveySpec surveySpec;
-    surveySpec.scans = 2;
-    surveySpec.points = pointsPerCloud;
-    surveySpec.seed = 7;
+    const synth::SurveySpec surveySpec = bench::streetPairSpec(pointsPerCloud);
     const std::vector<synth::ScanPose> poses = synth::planScans(surveySpec);
     const synth::SceneHandle scene = synth::makeScene(surveySpec, poses);
     pair->firstMatrix = databaseMatrix(poses[0]);
@@ -86,30 +85,6 @@ std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
 
 void countPoints(benchmark::State& state, std::size_t pointsPerCall) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pointsPerCall));
-}
-
-// The reader talks on both streams at every call; the timing loop sends that to /dev/null.
-struct SilencedOutput {
-    int savedOut = -1;
-    int savedErr = -1;
-};
-
-SilencedOutput silence() {
-    std::fflush(stdout);
-    SilencedOutput saved{dup(1), dup(2)};
-    const int devNull = open("/dev/null", O_WRONLY);
-    dup2(devNull, 1);
-    dup2(devNull, 2);
-    close(devNull);
-    return saved;
-}
-
-void restore(const SilencedOutput& saved) {
-    std::fflush(stdout);
-    dup2(saved.savedOut, 1);
-    dup2(saved.savedErr, 2);
-    close(saved.savedOut);
-    close(saved.savedErr);
 }
 
 void benchRead(benchmark::State& state, BenchPair& pair) {
@@ -220,17 +195,7 @@ void registerStages(BenchPair& pair) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    std::vector<std::unique_ptr<BenchPair>> pairs;
-    for (const std::int64_t points : {100000, 1000000, 3000000}) {
-        std::fprintf(stderr, "generating a street pair of %lld points per cloud\n",
-                     static_cast<long long>(points));
-        pairs.push_back(makePair(points));
-        registerStages(*pairs.back());
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    for (const auto& pair : pairs) std::filesystem::remove(pair->bxyzPath);
-    return 0;
+    const auto removeFiles = [](const BenchPair& pair) { std::filesystem::remove(pair.bxyzPath); };
+    return bench::runOnPairs(argc, argv, {100000, 1000000, 3000000}, makePair, registerStages,
+                             removeFiles);
 }

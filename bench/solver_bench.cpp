@@ -4,8 +4,6 @@
 // against the truth.
 
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -19,11 +17,15 @@
 #include "registration/pair_measures.h"
 #include "registration/partial_least_squares.h"
 #include "registration/ping_pong.h"
+#include "bench_support.h"
 #include "synth/synth.h"
 
 namespace {
 
 using namespace sorvek;
+using bench::restore;
+using bench::silence;
+using bench::SilencedOutput;
 
 constexpr double headingErrorDeg = 0.5;  // written into the second scan's row
 
@@ -34,35 +36,10 @@ struct BenchPair {
     std::filesystem::path dir;  // the two .bxyz files
 };
 
-// Stage messages and progress lines would flood the report; they go to /dev/null while
-// a pair is prepared or solved.
-struct SilencedOutput {
-    int savedOut = -1;
-};
-
-SilencedOutput silence() {
-    std::fflush(stdout);
-    SilencedOutput saved{dup(1)};
-    const int devNull = open("/dev/null", O_WRONLY);
-    dup2(devNull, 1);
-    close(devNull);
-    return saved;
-}
-
-void restore(const SilencedOutput& saved) {
-    std::fflush(stdout);
-    dup2(saved.savedOut, 1);
-    close(saved.savedOut);
-}
-
 std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     auto pair = std::make_unique<BenchPair>();
     pair->pointsPerCloud = pointsPerCloud;
-    synth::SurveySpec surveySpec;
-    surveySpec.scans = 2;
-    surveySpec.points = pointsPerCloud;
-    surveySpec.spacing = 15.0;
-    surveySpec.seed = 7;
+    const synth::SurveySpec surveySpec = bench::streetPairSpec(pointsPerCloud);
     const std::vector<synth::ScanPose> poses = synth::planScans(surveySpec);
     const synth::SceneHandle scene = synth::makeScene(surveySpec, poses);
     pair->dir = std::filesystem::temp_directory_path() /
@@ -184,17 +161,6 @@ void registerSolvers(BenchPair& pair) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    std::vector<std::unique_ptr<BenchPair>> pairs;
-    for (const std::int64_t points : {100000, 1000000}) {
-        std::fprintf(stderr, "generating a street pair of %lld points per cloud\n",
-                     static_cast<long long>(points));
-        pairs.push_back(makePair(points));
-        registerSolvers(*pairs.back());
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    for (const auto& pair : pairs) std::filesystem::remove_all(pair->dir);
-    return 0;
+    const auto removeFiles = [](const BenchPair& pair) { std::filesystem::remove_all(pair.dir); };
+    return bench::runOnPairs(argc, argv, {100000, 1000000}, makePair, registerSolvers, removeFiles);
 }

@@ -1,0 +1,74 @@
+#pragma once
+// What both benchmark programs share: stage messages kept out of the report while a pair
+// is prepared or timed, and a main that builds one synthetic pair per size before it runs
+// the benchmarks registered for them.
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <initializer_list>
+#include <memory>
+#include <vector>
+
+#include "synth/synth.h"
+
+namespace sorvek::bench {
+
+struct SilencedOutput {
+    int savedOut = -1;
+    int savedErr = -1;
+};
+
+// Both streams go to /dev/null until restore: the readers talk on standard error too.
+inline SilencedOutput silence() {
+    std::fflush(stdout);
+    SilencedOutput saved{dup(1), dup(2)};
+    const int devNull = open("/dev/null", O_WRONLY);
+    dup2(devNull, 1);
+    dup2(devNull, 2);
+    close(devNull);
+    return saved;
+}
+
+inline void restore(const SilencedOutput& saved) {
+    std::fflush(stdout);
+    dup2(saved.savedOut, 1);
+    dup2(saved.savedErr, 2);
+    close(saved.savedOut);
+    close(saved.savedErr);
+}
+
+// Two neighbouring scans of a generated street, 15 m apart, the same scene in every run.
+inline synth::SurveySpec streetPairSpec(std::int64_t pointsPerCloud) {
+    synth::SurveySpec surveySpec;
+    surveySpec.scans = 2;
+    surveySpec.points = pointsPerCloud;
+    surveySpec.spacing = 15.0;
+    surveySpec.seed = 7;
+    return surveySpec;
+}
+
+// makePair(points) gives a std::unique_ptr to a pair, registerFor(pair) registers its
+// benchmarks, and removeFiles(pair) deletes what the pair wrote once all have run.
+template <typename MakePair, typename RegisterFor, typename RemoveFiles>
+int runOnPairs(int argc, char** argv, std::initializer_list<std::int64_t> pointCounts,
+               MakePair makePair, RegisterFor registerFor, RemoveFiles removeFiles) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    std::vector<decltype(makePair(std::int64_t{}))> pairs;
+    for (const std::int64_t points : pointCounts) {
+        std::fprintf(stderr, "generating a street pair of %lld points per cloud\n",
+                     static_cast<long long>(points));
+        pairs.push_back(makePair(points));
+        registerFor(*pairs.back());
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    for (const auto& pair : pairs) removeFiles(*pair);
+    return 0;
+}
+
+}  // namespace sorvek::bench

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
+
+#include "support/sorvek_session.h"
 
 namespace sorvek {
 namespace {
@@ -19,6 +22,31 @@ TEST(OptionPath, SitsBesideTheProgramWhenItsFolderIsLongEnough) {
     }
 }
 
+// A process started without even its own name asks for the database: a word of fewer than
+// five characters ends the run, a longer one becomes the database path (0 then quits).
+TEST(Entry, WithoutAnyArgumentAsksForTheDatabase) {
+    const std::filesystem::path dir = testing::makeScratchDir("prompt");
+    const std::string prompt =
+        "TYPE NAME OF FILE HERE\n"
+        "OR RESTART PROGRAM BY DRAGGING AND DROPPING SURVEY DATABASE INTO EXE!!!\n";
+    struct Case { const char* typed; int exitCode; const char* shown; };
+    for (const Case c : {Case{"abcd\n", 1, "INVALID FILE. Please restart program!\n"},
+                         Case{"jobs.txt\n0\n", 1, "Scan database name: jobs \n"}}) {
+        SCOPED_TRACE(c.typed);
+        testing::writeFile(dir / "in.txt", c.typed);
+        EXPECT_EXIT(
+            {
+                std::freopen((dir / "in.txt").c_str(), "r", stdin);
+                std::freopen((dir / "out.txt").c_str(), "w", stdout);
+                std::exit(runEntry(0, nullptr));
+            },
+            ::testing::ExitedWithCode(c.exitCode), "");
+        const std::string out = testing::readFile(dir / "out.txt");
+        EXPECT_EQ(out.rfind(prompt, 0), 0U) << out;
+        EXPECT_NE(out.find(c.shown), std::string::npos) << out;
+    }
+    std::filesystem::remove_all(dir);
+}
 
 }  // namespace
 }  // namespace sorvek

@@ -238,18 +238,19 @@ constexpr bool allocationFailureThrows = true;
 #endif
 
 // A cloud larger than the memory the run may use ends the run with one line on the error
-// stream and exit 1, after everything printed before it.
+// stream and exit 1, after everything printed before it. The file of 3 GiB also shows that
+// a size beyond 32 bits is printed as it is.
 TEST(OutOfMemory, EndsTheRunWithOneLineAndExitOne) {
     if (!allocationFailureThrows) GTEST_SKIP() << "the sanitizer's allocator does not throw";
     const fs::path dir = testing::makeScratchDir("memory");
     testing::writeFile(dir / "small.bxyz", recordsOf(1.0, 4));
     testing::writeFile(dir / "big.bxyz", "");
-    fs::resize_file(dir / "big.bxyz", std::uintmax_t{1} << 30);  // sparse: no disk used
+    fs::resize_file(dir / "big.bxyz", std::uintmax_t{3} << 30);  // sparse: no disk used
     const testing::SessionResult result = testing::runSorvek(
         dir, {"big.bxyz", "small.bxyz"}, "5\n\n", std::string(), "ulimit -v 600000; ");
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err, "sorvek: out of memory\n");
-    EXPECT_NE(result.out.find("file size: 1073741824\nnumpts: 33554432\n"), std::string::npos);
+    EXPECT_NE(result.out.find("file size: 3221225472\nnumpts: 100663296\n"), std::string::npos);
     fs::remove_all(dir);
 }
 

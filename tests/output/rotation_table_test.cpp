@@ -38,5 +38,18 @@ TEST(RotationTable, FieldThatDoesNotParseZeroesTheRestOfTheTable) {
     }
 }
 
+// Loading reads each row's rest to the line end, however long, so that it walks the same
+// lines that counting counted.
+TEST(RotationTable, LoadingDiscardsTheRestOfALineOfAnyLength) {
+    std::istringstream in(headLine + "1,0.5,2,-0.25,0.1,100," + std::string(1000, '7') +
+                          "\n3,0.75,4,1.5,0.1,100,0\n");
+    const std::vector<RotationEntry> table = readRotationRows(in, 4);
+    ASSERT_EQ(table.size(), 4U);
+    EXPECT_EQ(table[2].scanId, 3);
+    EXPECT_EQ(table[2].rotation, 0.75);
+    EXPECT_EQ(table[3].scanId, 4);
+    EXPECT_EQ(table[3].rotation, 1.5);
+}
+
 }  // namespace
 }  // namespace sorvek

@@ -1,5 +1,7 @@
 #include "points/cube_sort.h"
 
+#include "points/cube_grid.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -62,6 +64,11 @@ void sortByCube(std::span<PointRecord> points, Cloud& scratch) {
         std::swap(from, to);
     }
     if (from.data() != points.data()) std::copy(from.begin(), from.end(), points.begin());
+}
+
+void gridOnOverlap(Run& run, Cloud& cloud) {
+    assignCubes(run, cloud, run.pair.overlapBounds, run.options.ZMIN);
+    sortByCube(cloud, run.pair.buffers.sortScratch);
 }
 
 }  // namespace sorvek

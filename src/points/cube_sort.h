@@ -11,4 +11,8 @@ namespace sorvek {
 // to the cloud and keeps its capacity for the next call.
 void sortByCube(std::span<PointRecord> points, Cloud& scratch);
 
+// Lays the grid of the pair's overlap box on `cloud` and sorts it by cube, with the
+// pair's scratch: the state every measure and estimate expects a cloud in.
+void gridOnOverlap(Run& run, Cloud& cloud);
+
 }  // namespace sorvek

@@ -71,11 +71,9 @@ TrialPair runIteration(Run& run, const PairMeasures& measures, const TrialGrid& 
     const double firstTrial = walkTrialGrid(run, measures, grid, best, bestRms);
     printProgress(run, bestRms);
     rotateCloud(pair.firstWork, best.first - firstTrial, firstScan.gpsX, firstScan.gpsY);
-    assignCubes(run, pair.firstWork, pair.overlapBounds, run.options.ZMIN);
-    sortByCube(pair.firstWork, pair.buffers.sortScratch);
+    gridOnOverlap(run, pair.firstWork);
     rotateCloud(pair.secondWork, best.second, secondScan.gpsX, secondScan.gpsY);
-    assignCubes(run, pair.secondWork, pair.overlapBounds, run.options.ZMIN);
-    sortByCube(pair.secondWork, pair.buffers.sortScratch);
+    gridOnOverlap(run, pair.secondWork);
     return best;
 }
 
@@ -94,10 +92,8 @@ double closeCycle(Run& run, const PairMeasures& measures, const TrialPair& total
     rotateCloud(pair.secondWork, totals.second, secondScan.gpsX, secondScan.gpsY);
     pair.secondBounds = computeBounds(pair.secondWork);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
-    assignCubes(run, pair.firstWork, pair.overlapBounds, run.options.ZMIN);
-    assignCubes(run, pair.secondWork, pair.overlapBounds, run.options.ZMIN);
-    sortByCube(pair.firstWork, pair.buffers.sortScratch);
-    sortByCube(pair.secondWork, pair.buffers.sortScratch);
+    gridOnOverlap(run, pair.firstWork);
+    gridOnOverlap(run, pair.secondWork);
     return measures.measure(run, pair.secondWork, pair.firstWork, run.options.MAXDISTINITIAL,
                             pointCount, run.options.ZMIN);
 }

@@ -49,10 +49,8 @@ void gridBothWorkClouds(Run& run, std::optional<CubeGrid>& firstWorkGrid) {
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
     const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
     const bool isFirstCurrent = firstWorkGrid && isSameGrid(*firstWorkGrid, grid);
-    if (!isFirstCurrent) assignCubes(run, pair.firstWork, pair.overlapBounds, run.options.ZMIN);
-    assignCubes(run, pair.secondWork, pair.overlapBounds, run.options.ZMIN);
-    if (!isFirstCurrent) sortByCube(pair.firstWork, pair.buffers.sortScratch);
-    sortByCube(pair.secondWork, pair.buffers.sortScratch);
+    if (!isFirstCurrent) gridOnOverlap(run, pair.firstWork);
+    gridOnOverlap(run, pair.secondWork);
     firstWorkGrid = grid;
 }
 
@@ -96,8 +94,7 @@ void tryCandidate(Run& run, const PairMeasures& measures, const SearchThresholds
     // The last step is taken in too; the grid stays that of the last pass.
     rotatedCopy(pair.secondCloud, state.secondTotal, secondScan.gpsX, secondScan.gpsY,
                 pair.secondWork);
-    assignCubes(run, pair.secondWork, pair.overlapBounds, run.options.ZMIN);
-    sortByCube(pair.secondWork, pair.buffers.sortScratch);
+    gridOnOverlap(run, pair.secondWork);
     const double rms = measures.measure(run, pair.firstWork, pair.secondWork,
                                         static_cast<double>(limits.maxDist), pointCount,
                                         run.options.ZMIN);

@@ -40,10 +40,8 @@ void makeCycleClouds(Run& run, const RotationTotals& totals) {
     rotatedCopy(pair.firstCloud, totals.first, firstScan.gpsX, firstScan.gpsY, pair.firstWork);
     rotatedCopy(pair.secondCloud, totals.second, secondScan.gpsX, secondScan.gpsY,
                 pair.secondWork);
-    assignCubes(run, pair.firstWork, pair.overlapBounds, run.options.ZMIN);
-    assignCubes(run, pair.secondWork, pair.overlapBounds, run.options.ZMIN);
-    sortByCube(pair.firstWork, pair.buffers.sortScratch);
-    sortByCube(pair.secondWork, pair.buffers.sortScratch);
+    gridOnOverlap(run, pair.firstWork);
+    gridOnOverlap(run, pair.secondWork);
 }
 
 // Up to MAXITER passes of one cycle. The clouds are only turned in place between passes:

@@ -2,6 +2,7 @@
 // in which order, the rows of both result files, the log of a pair that cannot be read,
 // and registrations that undo known heading errors.
 #include "batch/linear_sequence.h"
+#include "batch/batch_pair.h"
 
 #include <gtest/gtest.h>
 
@@ -49,10 +50,7 @@ TEST(LinearRegistration, PairOrderFollowsTheStoresOfEachSolver) {
 TEST(LinearRegistration, MissingScanFileIsLoggedAndCostsTheRestOfTheTurn) {
     const SurveyJob job =
         testing::makeSurveyJob("missing", testing::smallSpec("line", "north", 6, 6000));
-    const std::string scan2 = "job_002_001_S002.bxyz";
-    const std::string scan3 = "job_003_001_S003.bxyz";
-    const std::string scan4 = "job_004_001_S004.bxyz";
-    std::filesystem::remove(job.dir / scan3);
+    std::filesystem::remove(job.dir / testing::scanFile(3));
     const testing::SessionResult result = testing::runMode(job, 1, quickSolvers);
     // Scan 2 fails on its north side, scan 3 on its south side, and scan 4 on its south
     // side too, which costs scan 4 its north pair: scan 5 takes that pair as its south
@@ -60,17 +58,7 @@ TEST(LinearRegistration, MissingScanFileIsLoggedAndCostsTheRestOfTheTurn) {
     EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"),
               (std::vector<std::string>{"1,2", "5,4", "5,6"}));
     EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"),
-              "Unable to open files: " + scan2 + " \n and " + scan3 +
-                  " \n"
-                  "Please check your GPS file for an error here. \n"
-                  "Unable to open files: " +
-                  scan3 + " \n and " + scan2 +
-                  " \n"
-                  "Please check your GPS file for an error here. \n"
-                  "Unable to open files: " +
-                  scan4 + " \n and " + scan3 +
-                  " \n"
-                  "Please check your GPS file for an error here. \n");
+              testing::failedPairLog({{2, 3}, {3, 2}, {4, 3}}));
     EXPECT_EQ(testing::linesStartingWith(testing::withTimesZeroed(result.out),
                                          "Time for registration of scan "),
               (std::vector<std::string>{"1 is 0 seconds ", "5 is 0 seconds ", "6 is 0 seconds "}));
@@ -127,12 +115,6 @@ TEST(LinearEvaluation, EachScanIsMeasuredAgainstItsSouthNeighbour) {
     for (std::size_t k = 0; k < rows.size(); ++k) {
         SCOPED_TRACE(rows[k][0]);
         ASSERT_EQ(rows[k].size(), 9U);
-        const double rms12 = testing::number(rows[k][2]);
-        const double np12 = testing::number(rows[k][3]);
-        const double rms21 = testing::number(rows[k][4]);
-        const double np21 = testing::number(rows[k][5]);
-        EXPECT_NEAR(testing::number(rows[k][6]), ((np12 * rms12) + (np21 * rms21)) / (np12 + np21),
-                    1e-6);
         // The spacing column is the plan distance to the south neighbour.
         const double dx = testing::number(truth[k + 1][6]) - testing::number(truth[k][6]);
         const double dy = testing::number(truth[k + 1][7]) - testing::number(truth[k][7]);
@@ -151,25 +133,26 @@ TEST(LinearEvaluation, EachScanIsMeasuredAgainstItsSouthNeighbour) {
     std::filesystem::remove_all(job.dir);
 }
 
+// The direction with fewer accepted samples than MINNUMPTS shows 999 and enters the
+// weighted mean with it; the other direction is unchanged.
 TEST(LinearEvaluation, DirectionBelowMinnumptsEntersTheMeanWith999) {
     const SurveyJob job =
         testing::makeSurveyJob("minnumpts", testing::smallSpec("line", "north", 2, 12000));
     testing::runMode(job, 3, "FILEEXT 1\nMINNUMPTS 0\n");
-    const auto counted = testing::readRows(job.dir / "jobrms.csv");
-    ASSERT_EQ(counted.size(), 1U);
-    const double np12 = testing::number(counted[0][3]);
-    const double np21 = testing::number(counted[0][5]);
+    const auto counted = testing::readRows(job.dir / "jobrms.csv").at(0);
+    const double np12 = testing::number(counted[3]);
+    const double np21 = testing::number(counted[5]);
     ASSERT_NE(np12, np21);
-    const std::string threshold = counted[0][np12 < np21 ? 5 : 3];  // the smaller falls short
-    testing::runMode(job, 3, "FILEEXT 1\nMINNUMPTS " + threshold + "\n");
+    const std::size_t shortRms = np12 < np21 ? 2 : 4;
+    const std::size_t goodRms = 6 - shortRms;
+    testing::runMode(job, 3, "FILEEXT 1\nMINNUMPTS " + counted[goodRms + 1] + "\n");
     const auto row = testing::readRows(job.dir / "jobrms.csv").at(0);
-    const bool isFirstShort = np12 < np21;
-    EXPECT_EQ(row[isFirstShort ? 2 : 4], "999.000000");
-    EXPECT_EQ(row[isFirstShort ? 4 : 2], counted[0][isFirstShort ? 4 : 2]);
-    const double good = testing::number(counted[0][isFirstShort ? 4 : 2]);
-    const double expected = isFirstShort ? ((np12 * 999.0) + (np21 * good)) / (np12 + np21)
-                                         : ((np12 * good) + (np21 * 999.0)) / (np12 + np21);
-    EXPECT_NEAR(testing::number(row[6]), expected, 1e-6);
+    EXPECT_EQ(row[shortRms], "999.000000");
+    EXPECT_EQ(row[goodRms], counted[goodRms]);
+    EXPECT_NEAR(testing::number(row[6]),
+                weightedRms(testing::number(row[2]), static_cast<std::int32_t>(np12),
+                            testing::number(row[4]), static_cast<std::int32_t>(np21)),
+                1e-6);
     std::filesystem::remove_all(job.dir);
 }
 

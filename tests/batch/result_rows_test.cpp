@@ -13,95 +13,56 @@
 namespace sorvek {
 namespace {
 
+const char* const registrationHead = "scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n";
+
 // Writes with `write` into a fresh result file of `kind` and returns the file's bytes.
 template <typename Write>
 std::string resultFileText(ResultFileKind kind, Write write) {
     const std::filesystem::path dir = testing::makeScratchDir("result-rows");
-    const std::string path = (dir / "jobreg.csv").string();
     {
-        FileHandle file = createResultFile(path, kind);
+        FileHandle file = createResultFile((dir / "rows.csv").string(), kind);
         write(file.get());
     }
-    std::string text = testing::readFile(path);
+    std::string text = testing::readFile(dir / "rows.csv");
     std::filesystem::remove_all(dir);
     return text;
 }
 
-RegistrationRow solvedRow(double solverRms, float initialRms) {
-    RegistrationRow row;
-    row.firstId = 12;
-    row.secondId = 13;
-    row.firstRotationDeg = 0.7312;
-    row.secondRotationDeg = -0.4021;
-    row.solverRms = solverRms;
-    row.initialRms = initialRms;
-    row.pointCount = 1834;
-    row.iterationCount = 7;
-    return row;
-}
-
-TEST(ResultRows, HeadLinesNameTheColumnsOfEachFile) {
+TEST(ResultRows, HeadLinesAndTheRmsRow) {
     const auto nothing = [](std::FILE*) {};
-    EXPECT_EQ(resultFileText(ResultFileKind::registration, nothing),
-              "scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n");
-    EXPECT_EQ(resultFileText(ResultFileKind::lineRms, nothing),
-              "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n");
+    EXPECT_EQ(resultFileText(ResultFileKind::registration, nothing), registrationHead);
     EXPECT_EQ(resultFileText(ResultFileKind::siteRms, nothing),
               "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n");
+    const RmsRow row{3, 2, 0.012, 1500, 0.0135, 1400, 0.0127, 15.25, 7.5};
+    EXPECT_EQ(resultFileText(ResultFileKind::lineRms, [&](std::FILE* file) { writeRmsRow(file, row); }),
+              "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n"
+              "3,2,0.012000,1500,0.013500,1400,0.012700,15.250000,7.500000\n");
 }
 
 TEST(ResultRows, RotationRowOnlyWhenTheSolverBeatsTheInitialRms) {
-    struct Case {
-        const char* label;
-        double solverRms;
-        float initialRms;
-        const char* row;
-    };
+    struct Case { const char* label; double solverRms; float initialRms; const char* row; };
     const Case cases[] = {
         {"improved", 0.021, 0.05F, "12,0.731200,13,-0.402100,0.021000,1834,7\n"},
         {"equal is no improvement", 0.25, 0.25F, "12,0.000000,13,0.000000,0.250000,1834,7\n"},
         {"worse shows the initial rms", 0.3, 0.05F, "12,0.000000,13,0.000000,0.050000,1834,7\n"},
         {"999 against 999", 999.0, noInitialRms, "12,0.000000,13,0.000000,999.000000,1834,7\n"},
-        {"anything below 999 counts", 998.5, noInitialRms,
-         "12,0.731200,13,-0.402100,998.500000,1834,7\n"},
+        {"anything below 999 counts", 998.5, noInitialRms, "12,0.731200,13,-0.402100,998.500000,1834,7\n"},
         // 0.1 as a float is slightly above the double 0.1, so the double beats it.
         {"float initial rms widened", 0.1, 0.1F, "12,0.731200,13,-0.402100,0.100000,1834,7\n"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.label);
-        const std::string text = resultFileText(ResultFileKind::registration, [&](std::FILE* file) {
-            writeRegistrationRow(file, solvedRow(c.solverRms, c.initialRms));
-        });
-        EXPECT_EQ(text,
-                  std::string("scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n") + c.row);
+        const RegistrationRow row{12, 13, 0.7312, -0.4021, c.solverRms, c.initialRms, 1834, 7};
+        EXPECT_EQ(resultFileText(ResultFileKind::registration,
+                                 [&](std::FILE* file) { writeRegistrationRow(file, row); }),
+                  std::string(registrationHead) + c.row);
     }
 }
 
-TEST(ResultRows, RmsRowCarriesNineFields) {
-    RmsRow row;
-    row.firstId = 3;
-    row.secondId = 2;
-    row.rms12 = 0.012;
-    row.np12 = 1500;
-    row.rms21 = 0.0135;
-    row.np21 = 1400;
-    row.rmswave = 0.0127;
-    row.spacing = 15.25;
-    row.range = 7.5;
-    const std::string text =
-        resultFileText(ResultFileKind::lineRms, [&](std::FILE* file) { writeRmsRow(file, row); });
-    EXPECT_EQ(text,
-              "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n"
-              "3,2,0.012000,1500,0.013500,1400,0.012700,15.250000,7.500000\n");
-}
-
-TEST(WeightedRms, WeighsEachDirectionByItsCount) {
+TEST(WeightedRms, WeighsEachDirectionByItsCountAndWrapsTheSumAsThirtyTwoBits) {
     EXPECT_EQ(weightedRms(999.0, 500, 0.05, 1500), ((500.0 * 999.0) + (1500.0 * 0.05)) / 2000.0);
     EXPECT_EQ(weightedRms(0.02, 1000, 0.04, 1000), 0.03);
     EXPECT_TRUE(std::isnan(weightedRms(999.0, 0, 999.0, 0)));
-}
-
-TEST(WeightedRms, CountsBeyondInt32WrapAsTheirSumWould) {
     const std::int32_t most = std::numeric_limits<std::int32_t>::max();
     // The sum wraps to -2 in 32 bits; the weights themselves stay as they are.
     EXPECT_EQ(weightedRms(1.0, most, 1.0, most), (2.0 * most) / -2.0);

@@ -6,39 +6,24 @@
 namespace sorvek {
 namespace {
 
-TEST(RotatedFileName, RmsPassDropsFourCharactersAndKeepsTheDotOfBxyz) {
-    struct Case {
-        const char* in;
-        const char* out;
+TEST(RotatedFileName, StageAndRmsPassAgreeForEveryComposedName) {
+    struct Case { const char* in; const char* rmsPass; const char* stage; };
+    const Case cases[] = {
+        // The RMS pass drops four characters, which keeps the dot of ".bxyz".
+        {"D:\\job\\line7_003_045_R0042.bxyz", "D:\\job\\line7_003_045_R0042._rot.txt",
+         "D:\\job\\line7_003_045_R0042._rot.txt"},
+        {"D:\\job\\a.txt", "D:\\job\\a_rot.txt", "D:\\job\\a_rot.txt"},
+        // The stage replaces the last ".txt", wherever it stands.
+        {"a.txt.old", "a.txt_rot.txt", "a_rot.txt.old"},
+        {"b.txt/c.txt", "b.txt/c_rot.txt", "b.txt/c_rot.txt"},
+        {"abcd", "_rot.txt", "_rot.txt"},
+        {"ab", "_rot.txt", "_rot.txt"},
+        {".tx", "_rot.txt", "_rot.txt"},
     };
-    for (const Case c :
-         {Case{"D:\\job\\line7_003_045_R0042.bxyz", "D:\\job\\line7_003_045_R0042._rot.txt"},
-          Case{"D:\\job\\a.txt", "D:\\job\\a_rot.txt"}, Case{"abcd", "_rot.txt"},
-          Case{"ab", "_rot.txt"}}) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.in);
-        EXPECT_EQ(rmsPassFileName(c.in), c.out);
-    }
-}
-
-TEST(RotatedFileName, StageReplacesTheLastTxtOrFallsBackToTheRmsPassName) {
-    struct Case {
-        const char* in;
-        const char* out;
-    };
-    for (const Case c :
-         {Case{"D:\\job\\a.txt", "D:\\job\\a_rot.txt"}, Case{"a.txt.old", "a_rot.txt.old"},
-          Case{"b.txt/c.txt", "b.txt/c_rot.txt"}, Case{"D:\\job\\a.bxyz", "D:\\job\\a._rot.txt"},
-          Case{"job/line_001_000_R1.bxyz", "job/line_001_000_R1._rot.txt"},
-          Case{".tx", "_rot.txt"}}) {
-        SCOPED_TRACE(c.in);
-        EXPECT_EQ(rotatedOutputFileName(c.in), c.out);
-    }
-}
-
-TEST(RotatedFileName, BothSidesAgreeForEveryComposedName) {
-    for (const char* name : {"survey_001_000_S01.bxyz", "D:\\job\\a.txt", "x_120_007_R0042.bxyz"}) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(rotatedOutputFileName(name), rmsPassFileName(name));
+        EXPECT_EQ(rmsPassFileName(c.in), c.rmsPass);
+        EXPECT_EQ(rotatedOutputFileName(c.in), c.stage);
     }
 }
 

@@ -4,7 +4,9 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <cctype>
+#include <initializer_list>
+#include <regex>
+#include <utility>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -108,23 +110,26 @@ inline std::vector<std::string> evaluatedPairs(const std::filesystem::path& rmsP
 
 inline double number(const std::string& field) { return std::strtod(field.c_str(), nullptr); }
 
+// The generated point file of scan `id` (below 10) of the job "job".
+inline std::string scanFile(int id) {
+    const std::string digit = std::to_string(id);
+    return "job_00" + digit + "_001_S00" + digit + ".bxyz";
+}
+
+// The log a run leaves for the pairs of scans (first, second) that could not be read.
+inline std::string failedPairLog(std::initializer_list<std::pair<int, int>> pairs) {
+    std::string log;
+    for (const auto& [first, second] : pairs) {
+        log += "Unable to open files: " + scanFile(first) + " \n and " + scanFile(second) +
+               " \nPlease check your GPS file for an error here. \n";
+    }
+    return log;
+}
+
 // Every number of seconds in the time lines becomes 0, so that output can be compared
 // whatever the clock did.
 inline std::string withTimesZeroed(const std::string& out) {
-    const std::string unit = " seconds";
-    std::string result;
-    std::size_t copied = 0;
-    for (std::size_t at = out.find(unit); at != std::string::npos; at = out.find(unit, at + 1)) {
-        std::size_t start = at;
-        while (start > copied && (std::isdigit(static_cast<unsigned char>(out[start - 1])) != 0 ||
-                                  out[start - 1] == '-')) {
-            --start;
-        }
-        if (start == at) continue;
-        result += out.substr(copied, start - copied) + "0";
-        copied = at;
-    }
-    return result + out.substr(copied);
+    return std::regex_replace(out, std::regex("-?[0-9]+ seconds"), "0 seconds");
 }
 
 // The values that follow `prefix` on every console line that starts with it.

@@ -100,39 +100,6 @@ TEST(LinearRegistration, EverySolverUndoesTheHeadingErrorsPairByPair) {
     std::filesystem::remove_all(job.dir);
 }
 
-TEST(LinearEvaluation, EachScanIsMeasuredAgainstItsSouthNeighbour) {
-    const SurveyJob job =
-        testing::makeSurveyJob("evaluate", testing::smallSpec("line", "north", 5, 20000));
-    const testing::SessionResult result = testing::runMode(job, 3, "FILEEXT 1\n");
-    EXPECT_EQ(result.exitCode, 0);
-    const std::filesystem::path rmsPath = job.dir / "jobrms.csv";
-    EXPECT_EQ(testing::headLineOf(rmsPath),
-              "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range ");
-    const auto rows = testing::readRows(rmsPath);
-    EXPECT_EQ(testing::evaluatedPairs(rmsPath),
-              (std::vector<std::string>{"2,1", "3,2", "4,3", "5,4"}));
-    const auto truth = testing::readRows(job.dir / "job_truth.csv");
-    for (std::size_t k = 0; k < rows.size(); ++k) {
-        SCOPED_TRACE(rows[k][0]);
-        ASSERT_EQ(rows[k].size(), 9U);
-        // The spacing column is the plan distance to the south neighbour.
-        const double dx = testing::number(truth[k + 1][6]) - testing::number(truth[k][6]);
-        const double dy = testing::number(truth[k + 1][7]) - testing::number(truth[k][7]);
-        EXPECT_NEAR(testing::number(rows[k][7]), std::sqrt((dx * dx) + (dy * dy)), 1e-6);
-        EXPECT_EQ(rows[k][8], "0.000000");  // .bxyz files have no Cliff Distance
-        // Before registration the heading errors show as misfit well above the noise.
-        EXPECT_GT(testing::number(rows[k][6]), 0.025);
-    }
-    const std::string out = testing::withTimesZeroed(result.out);
-    EXPECT_NE(
-        out.find("EVALUATING RMS OF SCANS\nTime for RMS evaluation of scan 1 is 0 seconds \n\n"),
-        std::string::npos);
-    EXPECT_EQ(testing::linesStartingWith(out, "Time for RMS evaluation of scan ").size(), 5U);
-    EXPECT_EQ(testing::linesStartingWith(out, "RMS for scans ").size(), 4U);
-    EXPECT_EQ(testing::linesStartingWith(out, "3:  N:  ").size(), 1U);
-    std::filesystem::remove_all(job.dir);
-}
-
 // The direction with fewer accepted samples than MINNUMPTS shows 999 and enters the
 // weighted mean with it; the other direction is unchanged.
 TEST(LinearEvaluation, DirectionBelowMinnumptsEntersTheMeanWith999) {

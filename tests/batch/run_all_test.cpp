@@ -2,6 +2,8 @@
 // it made.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "batch/survey_job.h"
 
 namespace sorvek {
@@ -18,7 +20,21 @@ std::vector<double> rmswaveColumn(const std::filesystem::path& rmsPath) {
 TEST(RunAll, RmsAfterTheChainIsClearlyBelowTheRmsBefore) {
     const SurveyJob job =
         testing::makeSurveyJob("runall", testing::smallSpec("line", "north", 5, 30000));
-    testing::runMode(job, 3, "FILEEXT 1\n");
+    // Before: each scan measured against its south neighbour, the spacing column the plan
+    // distance between them, no Cliff Distance for .bxyz files.
+    const std::string evaluated = testing::withTimesZeroed(testing::runMode(job, 3, "FILEEXT 1\n").out);
+    EXPECT_NE(evaluated.find("EVALUATING RMS OF SCANS\nTime for RMS evaluation of scan 1 is 0 seconds \n\n"),
+              std::string::npos);
+    EXPECT_EQ(testing::linesStartingWith(evaluated, "RMS for scans ").size(), 4U);
+    EXPECT_EQ(testing::linesStartingWith(evaluated, "3:  N:  ").size(), 1U);
+    const auto truth = testing::readRows(job.dir / "job_truth.csv");
+    const auto rows = testing::readRows(job.dir / "jobrms.csv");
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        const double dx = testing::number(truth[k + 1][6]) - testing::number(truth[k][6]);
+        const double dy = testing::number(truth[k + 1][7]) - testing::number(truth[k][7]);
+        EXPECT_NEAR(testing::number(rows[k].at(7)), std::sqrt((dx * dx) + (dy * dy)), 1e-6) << k;
+        EXPECT_EQ(rows[k].at(8), "0.000000") << k;
+    }
     const std::vector<double> before = rmswaveColumn(job.dir / "jobrms.csv");
     const testing::SessionResult result = testing::runMode(job, 4);
     EXPECT_EQ(result.exitCode, 0);
@@ -29,6 +45,7 @@ TEST(RunAll, RmsAfterTheChainIsClearlyBelowTheRmsBefore) {
     ASSERT_EQ(after.size(), before.size());
     for (std::size_t k = 0; k < before.size(); ++k) {
         SCOPED_TRACE(k);
+        EXPECT_GT(before[k], 0.025);  // the heading errors show well above the noise
         EXPECT_LT(after[k], 0.6 * before[k]);
         EXPECT_LT(after[k], 0.025);  // the scans' noise and sampling, not their headings
     }

@@ -82,13 +82,6 @@ inline std::vector<std::vector<std::string>> readRows(const std::filesystem::pat
     return rows;
 }
 
-inline std::string headLineOf(const std::filesystem::path& path) {
-    std::istringstream in(readFile(path));
-    std::string line;
-    std::getline(in, line);
-    return line;
-}
-
 // The two scan ids of every row, as "a,b": columns 0 and 2 of registration rows, 0 and 1
 // of RMS rows.
 inline std::vector<std::string> pairsOf(const std::vector<std::vector<std::string>>& rows,

@@ -1,8 +1,13 @@
-#include "config/option_reader.h"
+// What a run reads before its first stage: option file, output names, menu number.
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
+
+#include "config/option_reader.h"
+#include "config/output_names.h"
+#include "config/summary.h"
 
 namespace sorvek {
 namespace {
@@ -42,6 +47,39 @@ TEST(OptionFile, ZeroPointsPerCubeAndTheSmallestPositiveValuesAreAccepted) {
     ::testing::internal::CaptureStdout();
     EXPECT_EQ(reportInvalidOptions(options, "sorvek.txt"), 0);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+}
+
+// An empty stem means the path is refused and no name is set.
+TEST(OutputNames, DeriveFromTheDatabasePathWithoutSeparatorOrSetNothing) {
+    struct Case { const char* path; std::string stem; };
+    for (const Case& c : {Case{"D:\\job\\line7.txt", "D:\\job\\line7"}, Case{"jobs/line7.csv", "jobs/line7"},
+                          Case{"a.tx", ""}, Case{"line7.TXT", ""}, Case{"line7.text", ""},
+                          Case{"line7.bxyz", ""}}) {
+        SCOPED_TRACE(c.path);
+        RunState state;
+        deriveOutputNames(state, c.path);
+        const std::string& s = c.stem;
+        EXPECT_EQ(state.databaseStem, s);
+        EXPECT_EQ(state.regPath + "|" + state.rotPath + "|" + state.rmsPath + "|" + state.logPath,
+                  s.empty() ? "|||" : s + "reg.csv|" + s + "rot.csv|" + s + "rms.csv|" + s + "log.txt");
+    }
+}
+
+// What is left after the menu is what the confirmation reads next.
+TEST(Menu, ReadsOneNumberAndDropsExactlyOneCharacterAfterIt) {
+    struct Case { const char* typed; std::int32_t mode; const char* rest; };
+    for (const Case c : {Case{"  7\n", 7, ""}, Case{"-2\n", -2, ""}, Case{"12\n", 12, ""},
+                         Case{"4\nx\n", 4, "x\n"}, Case{"4 extra\n", 4, "extra\n"},
+                         Case{"xyz\n", 1, "yz\n"}, Case{"", 1, ""}}) {
+        SCOPED_TRACE(c.typed);
+        std::string buffer = c.typed;
+        std::FILE* input = fmemopen(buffer.data(), buffer.size(), "r");
+        EXPECT_EQ(readModeNumber(input, 1), c.mode);
+        std::string rest;
+        for (int ch = std::fgetc(input); ch != EOF; ch = std::fgetc(input)) rest += static_cast<char>(ch);
+        std::fclose(input);
+        EXPECT_EQ(rest, c.rest);
+    }
 }
 
 }  // namespace

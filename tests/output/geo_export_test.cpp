@@ -8,12 +8,13 @@
 namespace sorvek {
 namespace {
 
-void writeCloud(const std::filesystem::path& path, const Cloud& points) {
-    testing::writeFile(path, std::string(reinterpret_cast<const char*>(points.data()), points.size() * sizeof(PointRecord)));
+std::string bytesOf(const Cloud& points) {
+    return std::string(reinterpret_cast<const char*>(points.data()), points.size() * sizeof(PointRecord));
 }
 
-// Scan 3 stands unrotated at (100, 200, 50) once the scanner height is in; scan 5 has no
-// point file; scan 4 is turned a quarter turn about Z at (10, 20, 30.29).
+// Scan 3 stands unrotated at (100, 200, 50) once the scanner height is in, its coordinates
+// unsorted and its cube numbers stray: the export keeps the file's order. Scan 5 has no
+// point file, and scan 4 after it is turned a quarter turn about Z at (10, 20, 30.29).
 TEST(GeoExport, WritesEachScanInTheSurveyFrameWhateverScantransformSays) {
     struct Case { const char* label; std::optional<std::string> options; bool isBlocked; };
     for (const Case& c : {Case{"defaults", std::nullopt, false}, Case{"no scan transform", "SCANTRANSFORM 1\n", false},
@@ -22,9 +23,8 @@ TEST(GeoExport, WritesEachScanInTheSurveyFrameWhateverScantransformSays) {
         const std::filesystem::path folder = testing::makeScratchDir("export");
         testing::writeFile(folder / "line7.txt", "H\n100,200,49.71,0,0,0,3,45,R0042\n0,0,0,0,0,0,5,45,GONE\n"
                                                  "10,20,30,0,0,90,4,45,R0043\n");
-        // Unsorted coordinates and stray cube numbers: the export keeps the file's order.
-        writeCloud(folder / "line7_003_045_R0042.bxyz", {{1, 2, 3, 7, 0}, {-1, -2, -3, 1, 0}, {0.5, 0, 0, 3, 0}});
-        writeCloud(folder / "line7_004_045_R0043.bxyz", {{1, 0, 0, 0, 0}});
+        testing::writeFile(folder / "line7_003_045_R0042.bxyz", bytesOf({{1, 2, 3, 7, 0}, {-1, -2, -3, 1, 0}, {0.5, 0, 0, 3, 0}}));
+        testing::writeFile(folder / "line7_004_045_R0043.bxyz", bytesOf({{1, 0, 0, 0, 0}}));
         if (c.isBlocked) std::filesystem::create_directory(folder / "line7_003_045_R0042._adj.txt");
         const testing::SessionResult result = testing::runSorvek(folder, {"line7.txt"}, "9\n\n\n", c.options);
         EXPECT_EQ(result.out.find("Unable to create line7_003_045_R0042._adj.txt \n") != std::string::npos, c.isBlocked);

@@ -40,14 +40,11 @@ TEST(OutputNames, ANameTooShortForItsEndingIsReplacedWhole) {
     std::filesystem::current_path(folder);
     for (void (*stage)(sorvek::Run&) : {writeTransformMatrices, exportScans}) {
         sorvek::Run run;
-        run.state.scans.push_back(ScanRecord{});
-        run.state.scans[0].fileName = "ab";
+        run.state.scans.emplace_back().fileName = "ab";
         run.state.scanCount = 1;
-        ::testing::internal::CaptureStdout();
-        ::testing::internal::CaptureStderr();
+        ::testing::internal::CaptureStdout(), ::testing::internal::CaptureStderr();
         stage(run);
-        ::testing::internal::GetCapturedStdout();
-        ::testing::internal::GetCapturedStderr();
+        ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr();
     }
     std::filesystem::current_path(previous);
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "s.dat"));

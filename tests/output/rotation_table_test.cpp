@@ -25,30 +25,25 @@ TEST(RotationTable, CountsTwoEntriesPerLineAfterTheHeadLine) {
     }
 }
 
-// Entries lie in file order, first scan then second. The field that does not parse stops
-// its row, and the stream stays failed for every later row, which reads as zeros.
-TEST(RotationTable, FieldThatDoesNotParseZeroesTheRestOfTheTable) {
-    std::istringstream in(headLine + "1,0.5,2,-0.25,0.1,100,0\n3,bad,4,0.75,0.1,100,0\n5,1.5,6,1.25,0.1,100,0\n");
-    const std::vector<RotationEntry> table = readRotationRows(in, 6);
-    const RotationEntry want[] = {{1, 0.5}, {2, -0.25}, {3, 0.0}, {0, 0.0}, {0, 0.0}, {0, 0.0}};
-    ASSERT_EQ(table.size(), 6U);
-    for (std::size_t k = 0; k < table.size(); ++k) {
-        SCOPED_TRACE(k);
-        EXPECT_EQ(std::tie(table[k].scanId, table[k].rotation), std::tie(want[k].scanId, want[k].rotation));
+// Entries lie in file order, first scan then second. A field that does not parse stops its
+// row, and the stream stays failed, so every later row reads as zeros. The rest of a row is
+// discarded to its line end however long, so loading walks the lines that counting counted.
+TEST(RotationTable, LoadsEntriesInFileOrderUntilAFieldDoesNotParse) {
+    struct Case { const char* label; std::string rows; std::vector<RotationEntry> want; };
+    for (const Case& c : {Case{"field that does not parse",
+                               "1,0.5,2,-0.25,0.1,100,0\n3,bad,4,0.75,0.1,100,0\n5,1.5,6,1.25,0.1,100,0\n",
+                               {{1, 0.5}, {2, -0.25}, {3, 0.0}, {0, 0.0}, {0, 0.0}, {0, 0.0}}},
+                          Case{"long line", "1,0.5,2,-0.25,0.1,100," + std::string(1000, '7') + "\n3,0.75,4,1.5,0.1,100,0\n",
+                               {{1, 0.5}, {2, -0.25}, {3, 0.75}, {4, 1.5}}}}) {
+        SCOPED_TRACE(c.label);
+        std::istringstream in(headLine + c.rows);
+        const std::vector<RotationEntry> table = readRotationRows(in, static_cast<std::int32_t>(c.want.size()));
+        ASSERT_EQ(table.size(), c.want.size());
+        for (std::size_t k = 0; k < table.size(); ++k) {
+            SCOPED_TRACE(k);
+            EXPECT_EQ(std::tie(table[k].scanId, table[k].rotation), std::tie(c.want[k].scanId, c.want[k].rotation));
+        }
     }
-}
-
-// Loading reads each row's rest to the line end, however long, so that it walks the same
-// lines that counting counted.
-TEST(RotationTable, LoadingDiscardsTheRestOfALineOfAnyLength) {
-    std::istringstream in(headLine + "1,0.5,2,-0.25,0.1,100," + std::string(1000, '7') +
-                          "\n3,0.75,4,1.5,0.1,100,0\n");
-    const std::vector<RotationEntry> table = readRotationRows(in, 4);
-    ASSERT_EQ(table.size(), 4U);
-    EXPECT_EQ(table[2].scanId, 3);
-    EXPECT_EQ(table[2].rotation, 0.75);
-    EXPECT_EQ(table[3].scanId, 4);
-    EXPECT_EQ(table[3].rotation, 1.5);
 }
 
 }  // namespace

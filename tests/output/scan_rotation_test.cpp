@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <complex>
-#include <limits>
 #include <sstream>
 
 #include "batch/survey_job.h"
@@ -22,8 +22,7 @@ struct StageJob {
     sorvek::Run run;
 
     StageJob() {
-        run.state.regPath = path("jobreg.csv");
-        run.state.rotPath = path("jobrot.csv");
+        run.state.regPath = path("jobreg.csv"), run.state.rotPath = path("jobrot.csv");
         run.state.logFile = openFile(path("joblog.txt"), "w");
     }
     ~StageJob() { std::filesystem::remove_all(dir); }
@@ -32,10 +31,7 @@ struct StageJob {
 
     ScanRecord& addScan(std::int32_t scanId, const std::string& name, double gpsX = 0.0, double gpsY = 0.0) {
         ScanRecord& scan = run.state.scans.emplace_back();
-        scan.scanId = scanId;
-        scan.fileName = path(name);
-        scan.gpsX = gpsX;
-        scan.gpsY = gpsY;
+        scan.scanId = scanId, scan.fileName = path(name), scan.gpsX = gpsX, scan.gpsY = gpsY;
         run.state.scanCount = static_cast<std::int32_t>(run.state.scans.size());
         return scan;
     }
@@ -66,13 +62,9 @@ TEST(ScanRotation, WritesTextScansTranslatedTurnedAndFilteredAfterTheTurn) {
                   "10.000000 21.000000 1.000000 0 0 0 0 \n", "5,90.000000,2,20.000000,3,1 \n"}}) {
         SCOPED_TRACE(c.label);
         StageJob job;
-        RunOptions& options = job.run.options;
-        options.TRANSX = c.trans;
-        options.TRANSY = 2.0 * c.trans;
-        if (c.isFiltered) {
-            options.APPLYFILTER = 1;
-            options.XMIN = 9.5, options.XMAX = 10.5, options.YMIN = 20.5, options.YMAX = 21.5, options.MAXRANGE = 5.0;
-        }
+        RunOptions& o = job.run.options;
+        o.TRANSX = c.trans, o.TRANSY = 2.0 * c.trans;
+        if (c.isFiltered) o.APPLYFILTER = 1, o.XMIN = 9.5, o.XMAX = 10.5, o.YMIN = 20.5, o.YMAX = 21.5, o.MAXRANGE = 5.0;
         job.addScan(5, "scan.txt", c.gps, 2.0 * c.gps);
         testing::writeFile(job.run.state.regPath, regHead + c.regRows);
         testing::writeFile(job.dir / "scan.txt", c.input);
@@ -84,12 +76,9 @@ TEST(ScanRotation, WritesTextScansTranslatedTurnedAndFilteredAfterTheTurn) {
 
 TEST(ScanRotation, AFileThatCannotBeOpenedOrCreatedCostsOnlyItsScan) {
     StageJob job;
-    job.addScan(1, "missing.txt");
-    job.addScan(2, "no-such-folder/d.txt");
-    job.addScan(8, "c.txt");
+    job.addScan(1, "missing.txt"), job.addScan(2, "no-such-folder/d.txt"), job.addScan(8, "c.txt");
     testing::writeFile(job.dir / "c.txt", "#only a comment\n");
-    const std::string missing = job.path("missing.txt");
-    const std::string uncreatable = job.path("no-such-folder/d_rot.txt");
+    const std::string missing = job.path("missing.txt"), uncreatable = job.path("no-such-folder/d_rot.txt");
     // No registration file: every scan goes unrotated. The progress figure is 32-bit.
     EXPECT_EQ(job.rotate(),
               "Unable to open data file at " + job.run.state.regPath + " \nNO POINTS in file!!!!!  \n"
@@ -113,13 +102,9 @@ TEST(ScanRotation, BinaryScanIsWrittenBackInTheFrameOfItsOwnFile) {
     for (const std::int32_t scanTransform : {0, 1}) {
         SCOPED_TRACE(scanTransform);
         StageJob job;
-        job.run.options.SCANTRANSFORM = scanTransform;
-        job.run.options.TRANSX = 500.0;  // never subtracted on this path
+        job.run.options.SCANTRANSFORM = scanTransform, job.run.options.TRANSX = 500.0;  // TRANSX: never subtracted here
         ScanRecord& scan = job.addScan(4, "job_004_000_S4.bxyz", 12.5, -7.25);
-        scan.gpsZ = 101.3;
-        scan.rotX = 0.02;
-        scan.rotY = -0.015;
-        scan.rotZ = 1.1;
+        scan.gpsZ = 101.3, scan.rotX = 0.02, scan.rotY = -0.015, scan.rotZ = 1.1;
         Cloud original(6);
         for (int k = 0; k < 6; ++k) original[k] = {-4.0 + (1.7 * k), 3.0 - (0.9 * k), -1.2 + (0.35 * k), 0, 0};
         std::fwrite(original.data(), sizeof(PointRecord), 6, openFile(scan.fileName, "wb").get());
@@ -128,21 +113,19 @@ TEST(ScanRotation, BinaryScanIsWrittenBackInTheFrameOfItsOwnFile) {
         EXPECT_EQ(job.file("jobrot.csv"), rotHead + "4,2.000000,2,1.000000,6,6 \n");
         std::istringstream text(job.file("job_004_000_S4._rot.txt"));
         Cloud written(original.size());
-        for (PointRecord& point : written) {
-            std::string carried;
+        for (std::string carried; PointRecord& point : written) {
             std::getline(text >> point.x >> point.y >> point.z, carried);
             EXPECT_EQ(carried, " 0 0 0 0 ");
         }
         if (scanTransform == 0) {
-            const ScanMatrix matrix = composeScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX,
-                                                        scan.gpsY, scan.gpsZ);
+            const ScanMatrix matrix = composeScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY, scan.gpsZ);
             applyMatrix(original, matrix);
             applyMatrix(written, matrix);  // what an RMS pass makes of the rotated file
         }
         // The mean turn of 2 degrees about the scanner, by complex numbers apart from the stage.
         const std::complex<double> turn = std::polar(1.0, 2.0 * degToRad);
         for (std::size_t k = 0; k < original.size(); ++k) {
-            const std::complex<double> want = std::complex(original[k].x - scan.gpsX, original[k].y - scan.gpsY) * turn;
+            const auto want = std::complex(original[k].x - scan.gpsX, original[k].y - scan.gpsY) * turn;
             EXPECT_NEAR(written[k].x, scan.gpsX + want.real(), 2e-6);
             EXPECT_NEAR(written[k].y, scan.gpsY + want.imag(), 2e-6);
             EXPECT_NEAR(written[k].z, original[k].z, 2e-6);
@@ -151,12 +134,9 @@ TEST(ScanRotation, BinaryScanIsWrittenBackInTheFrameOfItsOwnFile) {
 }
 
 TEST(CutTowardZero, CutsTowardZeroAndHoldsTheLimits) {
-    const std::int32_t most = std::numeric_limits<std::int32_t>::max();
-    const std::int32_t least = std::numeric_limits<std::int32_t>::min();
     struct Case { float in; std::int32_t out; };
-    for (const Case c : {Case{4.9F, 4}, Case{-4.9F, -4}, Case{-0.5F, 0}, Case{1.5F, 1}, Case{3e9F, most},
-                         Case{-3e9F, least}, Case{-2147483648.0F, least}, Case{std::numeric_limits<float>::quiet_NaN(), 0},
-                         Case{std::numeric_limits<float>::infinity(), most}}) {
+    for (const Case c : {Case{4.9F, 4}, Case{-4.9F, -4}, Case{-0.5F, 0}, Case{1.5F, 1}, Case{3e9F, INT32_MAX},
+                         Case{-3e9F, INT32_MIN}, Case{-2147483648.0F, INT32_MIN}, Case{NAN, 0}, Case{INFINITY, INT32_MAX}}) {
         SCOPED_TRACE(c.in);
         EXPECT_EQ(cutTowardZero(c.in), c.out);
     }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 #include "run/records.h"
 
@@ -23,30 +22,14 @@ struct Stream {
     }
 };
 
-// What `scan` takes from the start of a stream that holds `bytes`.
-template <typename Scan>
-auto scanOf(const std::string& bytes, Scan scan) {
-    Stream stream(bytes);
-    return scan(stream.cursor);
-}
-
-// Every row of a stream that has no header, up to its end or its first fault.
-std::vector<RowRead> rowsOf(const std::string& bytes) {
-    Stream stream(bytes);
-    std::vector<RowRead> reads{readDatabaseRow(stream.cursor)};
-    while (reads.back().outcome == RowOutcome::row) reads.push_back(readDatabaseRow(stream.cursor));
-    return reads;
-}
-
 // A run of characters that only begins a number is taken and refused, not read as a number.
 TEST(FloatConversion, TakesWhatPercentLfTakesAndStopsWhereTheNumberStops) {
-    const double inf = std::numeric_limits<double>::infinity();
     const std::optional<double> refused;
     struct Case { std::string text; std::optional<double> value; int next; };
     for (const Case& c : {Case{"512.12,", 512.12, ','}, Case{"-0.20;", -0.2, ';'}, Case{"  \n\t+7 x", 7.0, ' '},
                           Case{".5,", 0.5, ','}, Case{"5.,", 5.0, ','}, Case{"1.5e+2x", 150.0, 'x'},
                           Case{"2E-1,", 0.2, ','}, Case{"0x1p4,", 16.0, ','}, Case{"0x1A,", 26.0, ','},
-                          Case{"inf,", inf, ','}, Case{"-Infinity,", -inf, ','}, Case{"1e999,", inf, ','},
+                          Case{"inf,", INFINITY, ','}, Case{"-Infinity,", -INFINITY, ','}, Case{"1e999,", INFINITY, ','},
                           Case{"007", 7.0, EOF}, Case{"1e,", refused, ','}, Case{"1e+;", refused, ';'},
                           Case{"-,", refused, ','}, Case{".,", refused, ','}, Case{"0x,", refused, ','},
                           Case{"infin,", refused, ','}, Case{"nan(a", refused, EOF}, Case{"X,Y", refused, 'X'},
@@ -56,7 +39,8 @@ TEST(FloatConversion, TakesWhatPercentLfTakesAndStopsWhereTheNumberStops) {
         EXPECT_EQ(scanFloat(stream.cursor), c.value);
         EXPECT_EQ(std::getc(stream.file.get()), c.next);
     }
-    EXPECT_TRUE(std::isnan(scanOf("nan(chars_1),", scanFloat).value_or(0.0)));
+    Stream nan("nan(chars_1),");
+    EXPECT_TRUE(std::isnan(scanFloat(nan.cursor).value_or(0.0)));
 }
 
 TEST(IdConversion, ReadsDecimalIdsWithinThirtyTwoBitsOnly) {
@@ -67,7 +51,8 @@ TEST(IdConversion, ReadsDecimalIdsWithinThirtyTwoBitsOnly) {
                           Case{"-2147483649,", refused}, Case{"99999999999999999999999,", refused},
                           Case{"-,", refused}, Case{"R1,", refused}}) {
         SCOPED_TRACE(c.text);
-        EXPECT_EQ(scanOf(c.text, scanInt32), c.id);
+        Stream stream(c.text);
+        EXPECT_EQ(scanInt32(stream.cursor), c.id);
     }
 }
 
@@ -89,17 +74,17 @@ TEST(DatabaseRows, ReadsEveryLayoutAlikeAndMisreadsWhatOnlyLooksLikeRows) {
                           // A name ends at a zero byte; the rest of its word is passed over.
                           Case{"1,2,3,4,5,6,7,8,AB\0CD "s + rowB, {{{1, 2, 3, 4, 5, 6}, 7, 8, "AB"}, b}}}) {
         SCOPED_TRACE(c.text);
-        const std::vector<RowRead> reads = rowsOf(c.text);
-        ASSERT_EQ(reads.size(), c.rows.size() + 1);
-        EXPECT_EQ(reads.back().outcome, RowOutcome::end);
-        for (std::size_t k = 0; k < c.rows.size(); ++k) {
-            const DatabaseRow& got = reads[k].row;
-            const DatabaseRow& want = c.rows[k];
-            EXPECT_EQ(std::tie(got.values, got.scanId, got.subId, got.name),
+        Stream stream(c.text);
+        for (const DatabaseRow& want : c.rows) {
+            const RowRead read = readDatabaseRow(stream.cursor);
+            ASSERT_EQ(read.outcome, RowOutcome::row);
+            EXPECT_EQ(std::tie(read.row.values, read.row.scanId, read.row.subId, read.row.name),
                       std::tie(want.values, want.scanId, want.subId, want.name));
         }
+        EXPECT_EQ(readDatabaseRow(stream.cursor).outcome, RowOutcome::end);
     }
-    EXPECT_EQ(rowsOf("1,2,3,4,5,6,7,8,ABCDEFG\0IJKLMNOP\n"s).back().fault, RowFault::nameTooLong);
+    Stream tooLong("1,2,3,4,5,6,7,8,ABCDEFG\0IJKLMNOP\n"s);  // the passed-over rest counts toward the length
+    EXPECT_EQ(readDatabaseRow(tooLong.cursor).fault, RowFault::nameTooLong);
 }
 
 }  // namespace

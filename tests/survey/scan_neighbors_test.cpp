@@ -4,30 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
 
 namespace sorvek {
 namespace {
 
 struct Spot { double x; double y; };
-
-// Scans with ids 10, 11, ... at `spots`; returns what the search prints.
-std::string findNeighbours(Run& run, const std::vector<Spot>& spots, double minDist, double maxDist, int dataDir) {
-    run.options.GPSMINDIST = minDist;
-    run.options.GPSMAXDIST = maxDist;
-    run.options.DATADIR = dataDir;
-    for (const Spot& spot : spots) {
-        ScanRecord& scan = run.state.scans.emplace_back();
-        scan.scanId = 9 + static_cast<std::int32_t>(run.state.scans.size());
-        scan.gpsX = spot.x;
-        scan.gpsY = spot.y;
-        scan.gpsZ = 100.0 * scan.scanId;  // height never matters
-    }
-    run.state.scanCount = static_cast<std::int32_t>(spots.size());
-    ::testing::internal::CaptureStdout();
-    findScanNeighbors(run);
-    return ::testing::internal::GetCapturedStdout();
-}
 
 // Lines name the scans by id. A side without a neighbour keeps -1 and the upper bound.
 TEST(ScanNeighbours, FindsTheNearestScanOnEachSideWithinTheSpan) {
@@ -54,9 +36,17 @@ TEST(ScanNeighbours, FindsTheNearestScanOnEachSideWithinTheSpan) {
              Case{"one scan", {{4, 4}}, 0, 200, 0, none + "10 \n"}, Case{"no scans", {}, 0, 200, 0, ""}}) {
         SCOPED_TRACE(c.label);
         sorvek::Run run;
-        const std::string out = findNeighbours(run, c.spots, c.minDist, c.maxDist, c.dataDir);
-        EXPECT_EQ(out, "\nFinding Scan Neighbors...... \n\n" + c.lines);
-        for (const ScanRecord& scan : run.state.scans) {  // found distances: the rows' spacing column
+        run.options.GPSMINDIST = c.minDist, run.options.GPSMAXDIST = c.maxDist, run.options.DATADIR = c.dataDir;
+        for (const Spot& spot : c.spots) {  // ids 10, 11, ...; heights that never matter
+            ScanRecord& scan = run.state.scans.emplace_back();
+            scan.scanId = 9 + static_cast<std::int32_t>(run.state.scans.size());
+            scan.gpsX = spot.x, scan.gpsY = spot.y, scan.gpsZ = 100.0 * scan.scanId;
+        }
+        run.state.scanCount = static_cast<std::int32_t>(c.spots.size());
+        ::testing::internal::CaptureStdout();
+        findScanNeighbors(run);
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(), "\nFinding Scan Neighbors...... \n\n" + c.lines);
+        for (const ScanRecord& scan : run.state.scans) {
             EXPECT_TRUE((scan.northScan >= 0 || scan.northDist == c.maxDist) &&
                         (scan.southScan >= 0 || scan.southDist == c.maxDist));
         }
@@ -64,10 +54,9 @@ TEST(ScanNeighbours, FindsTheNearestScanOnEachSideWithinTheSpan) {
 }
 
 TEST(PercentStep, DividesByTheProductAsThirtyTwoBitArithmeticLeavesIt) {
-    const double inf = std::numeric_limits<double>::infinity();
     struct Case { std::int32_t maxIter; std::int32_t scanCount; double step; };
-    for (const Case c : {Case{5, 4, 5.0}, Case{5, 0, inf}, Case{0, 3, inf}, Case{-5, 4, -5.0},
-                         Case{65536, 65536, inf}, Case{65537, 65536, 100.0 / 65536.0},
+    for (const Case c : {Case{5, 4, 5.0}, Case{5, 0, INFINITY}, Case{0, 3, INFINITY}, Case{-5, 4, -5.0},
+                         Case{65536, 65536, INFINITY}, Case{65537, 65536, 100.0 / 65536.0},
                          Case{65536, 32768, 100.0 / -2147483648.0}, Case{INT32_MAX, 2, -50.0},
                          Case{INT32_MIN, -1, 100.0 / -2147483648.0}}) {
         SCOPED_TRACE(::testing::Message() << c.maxIter << " x " << c.scanCount);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "registration/pair_measure.h"
 #include "support/sorvek_session.h"
@@ -14,31 +15,29 @@ namespace {
 // shifted by (dx, dy) and lifted by dz, as the bytes of a .bxyz file.
 std::string groundBytes(double dx, double dy, double dz) {
     Cloud cloud;
-    for (int i = 0; i < 40; ++i) {
-        for (int j = 0; j < 40; ++j) {
-            cloud.push_back({dx + 0.1 * i + 0.01 * std::sin(j), dy + 0.1 * j + 0.01 * std::cos(i),
-                             dz + 0.02 * std::sin(0.7 * i + 0.3 * j), 0, 0});
-        }
+    for (int i = 0; i < 1600; ++i) {
+        const int row = i / 40, column = i % 40;
+        cloud.push_back({dx + 0.1 * row + 0.01 * std::sin(column), dy + 0.1 * column + 0.01 * std::cos(row),
+                         dz + 0.02 * std::sin(0.7 * row + 0.3 * column), 0, 0});
     }
     return {reinterpret_cast<const char*>(cloud.data()), cloud.size() * sizeof(PointRecord)};
 }
 
-// Writes the files (no first one for empty bytes) into a fresh folder and prepares the pair
-// there, since mode 5 writes its diagnostic files where it runs. Gives standard output.
-std::string prepare(Run& run, std::int32_t& result, const std::string& firstBytes,
-                    const std::string& secondBytes) {
+// Prepares the pair of table rows 0 and 1 from files of these bytes (no first file for
+// empty bytes), the files taken as lying in the survey frame. Gives standard output.
+std::string prepare(Run& run, std::int32_t& result, const std::string& firstBytes, const std::string& secondBytes) {
     const std::filesystem::path dir = testing::makeScratchDir("pair-preparation");
-    const std::filesystem::path previous = std::filesystem::current_path();
-    std::filesystem::current_path(dir);
-    if (!firstBytes.empty()) testing::writeFile(dir / "a", firstBytes);
-    testing::writeFile(dir / "b", secondBytes);
     run.pair.firstPath = (dir / "a").string();
     run.pair.secondPath = (dir / "b").string();
+    if (!firstBytes.empty()) testing::writeFile(run.pair.firstPath, firstBytes);
+    testing::writeFile(run.pair.secondPath, secondBytes);
+    run.options.SCANTRANSFORM = 1;
+    run.state.scans.resize(2);
+    run.pair.secondIndex = 1;
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     result = prepareScanPair(run);
     ::testing::internal::GetCapturedStderr();
-    std::filesystem::current_path(previous);
     return ::testing::internal::GetCapturedStdout();
 }
 
@@ -46,16 +45,13 @@ std::string prepare(Run& run, std::int32_t& result, const std::string& firstByte
 // in 64. The count printed is that of the second measure, first cloud against second.
 TEST(PairPreparation, MeasuresBothDirectionsAndKeepsThe32BitMean) {
     sorvek::Run run;
-    run.state.runMode = 5;
+    run.state.runMode = 1;
     run.options.MINNUMPTS = 10;
     run.options.MAXDISTINITIAL = 0.045;  // near the lift, so that the directions differ
-    std::int32_t result = 0;
+    std::int32_t result = 0, count12 = 0;
     const std::string out = prepare(run, result, groundBytes(0, 0, 0), groundBytes(1.05, 0.03, 0.04));
     ASSERT_EQ(result, 1);
-    run.state.runMode = 1;  // measured again, without diagnostic files, it gives what was stored
-    std::int32_t count12 = 0;
-    const double rms12 = measurePairRms(run, run.pair.firstCloud, run.pair.secondCloud, 0.045,
-                                        count12, run.options.ZMIN);
+    const double rms12 = measurePairRms(run, run.pair.firstCloud, run.pair.secondCloud, 0.045, count12, run.options.ZMIN);
     EXPECT_EQ(run.pair.initialRms12, static_cast<float>(rms12));
     EXPECT_NE(static_cast<double>(run.pair.initialRms12), rms12);  // precision did fall
     EXPECT_NE(run.pair.initialRms21, run.pair.initialRms12);
@@ -65,29 +61,22 @@ TEST(PairPreparation, MeasuresBothDirectionsAndKeepsThe32BitMean) {
                               " calculated from " + std::to_string(count12) + " pts\n")) << out;
 }
 
-// With SCANTRANSFORM 1 the files lie in the survey frame already. A text scan's Cliff
-// Distance is still taken from its own scan position, and a .bxyz scan adds 0 to the mean.
-// A grid too fine to index in 32 bits is empty, and the user is told what to change. Mode 3
-// measures no initial RMS.
-TEST(PairPreparation, LeavesScansAsTheyLieWhenAskedAndNamesAGridTooFine) {
+// With SCANTRANSFORM 1 the points stay where the files put them, and the grid lies on the
+// intersection of the two boxes. A text scan's Cliff Distance is still taken from its own
+// scan position, and a .bxyz scan adds 0 to the mean. A missing first file still lets the
+// second one load; the mean is then 0 / 0. Mode 3 measures no initial RMS.
+TEST(PairPreparation, LeavesScansAsTheyLieWhenAskedAndLoadsBothFilesAlways) {
     sorvek::Run run;
-    run.state.runMode = 3;  // prepared, not measured
-    run.options.SCANTRANSFORM = 1;
-    run.options.dCX = run.options.dCY = run.options.dCZ = 1e-9;
+    run.state.runMode = 3;
     run.state.scans.resize(2);
-    run.state.scans[0].gpsX = 1.0;
-    run.state.scans[0].gpsZ = 2.0;
-    run.state.scans[1].scanId = 42;
-    run.pair.secondIndex = 1;
+    std::tie(run.state.scans[0].gpsX, run.state.scans[0].gpsZ, run.state.scans[1].scanId) = std::tuple{1.0, 2.0, 42};
     std::int32_t result = 0;
     std::string out = prepare(run, result, "0,0,0\n2,0,0\n", groundBytes(0, 0, 0));
     EXPECT_EQ(result, 1);
-    EXPECT_EQ(run.pair.firstBounds.minX, 0.0);  // not moved by the scan's gpsX
+    const CloudBounds& box = run.pair.overlapBounds;
+    EXPECT_EQ((std::array{1.0 * box.count, box.minX, box.maxX, box.minY, box.maxY}), (std::array{1602.0, 0.0, 2.0, 0.0, 0.0}));
     EXPECT_EQ(run.pair.meanCliffDistance, 1.0);  // Cliff Distances 2 and 0
-    EXPECT_TRUE(out.ends_with("Assigned 1600 Points from scan 42 to 0 Cubes\nCube grid too large for "
-                              "this pair. Increase dCX, dCY or dCZ. \nSorting Data\n")) << out;
-
-    // A missing first file still lets the second one load; its Cliff Distance is 0 / 0.
+    EXPECT_TRUE(out.ends_with(" from scan 42 to 16 Cubes\nSorting Data\n")) << out;
     out = prepare(run, result, "", groundBytes(0, 0, 0));
     EXPECT_EQ(result, 0);
     EXPECT_TRUE(std::isnan(run.pair.meanCliffDistance));

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -38,8 +36,8 @@ TEST(TextReader, CountsLinesByTheirFirstByteAndStoresThoseThatScanAsPoints) {
         sorvek::Run run;
         run.state.runMode = 5;
         std::string out;
-        const std::vector<double> point{1.5, 2, 3, 0};
-        EXPECT_EQ(readText(run, c.contents, out), c.stored ? point : std::vector<double>{}) << c.contents;
+        EXPECT_EQ(readText(run, c.contents, out), (c.stored ? std::vector<double>{1.5, 2, 3, 0} : std::vector<double>{}))
+            << c.contents;
         EXPECT_EQ(out, (c.counted == 0 ? "NO POINTS in file!!!!!  \n"
                                        : "Loading " + std::to_string(c.counted) + " points from file @ \n") +
                            "Finished loading " + std::to_string(c.stored) + " points\n");

@@ -1,23 +1,34 @@
+// The two measures of a pair on the cube walk: the RMS of one cloud against the other, and
+// the closed-form turn that carries the reference's feet onto the samples.
 #include "registration/pair_measure.h"
+#include "registration/rotation_estimator.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <random>
-#include <string>
-#include <vector>
 
+#include "points/cube_grid.h"
+#include "points/cube_sort.h"
+#include "points/transforms.h"
 #include "registration/cube_walk.h"
-#include "registration/registration_fixtures.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
 namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+// Lays both clouds on the grid of their overlap and sorts them, as pair preparation does.
+void gridAndSort(Run& run, Cloud& first, Cloud& second) {
+    const CloudBounds overlap = overlapOf(computeBounds(first), computeBounds(second));
+    for (Cloud* cloud : {&first, &second}) {
+        assignCubes(run, *cloud, overlap, run.options.ZMIN);
+        sortByCube(*cloud, run.pair.buffers.sortScratch);
+    }
+}
 
 // Rolling ground, 12 m square, every `spacing` with a seeded jitter so that no three
 // neighbours are collinear; shifted by `shiftX` and lifted by a two-hundredth of it.
@@ -36,14 +47,13 @@ Cloud namedGround(double spacing, double shiftX, unsigned seed) {
 
 // The walk exactly as the measure is defined: every cube index in turn, the reference
 // run re-scanned from its cursor for every sample, the cursor moved on the last one.
-double literalMeasure(const sorvek::Run& run, const Cloud& subject, const Cloud& reference,
-                      double maxDistance, std::int32_t& accepted) {
+double literalMeasure(const Run& run, const Cloud& subject, const Cloud& reference, double maxDistance,
+                      std::int32_t& accepted) {
     const RunOptions& o = run.options;
     const auto numppc = static_cast<std::size_t>(o.NUMPPC);
     double sum = 0.0;
     accepted = 0;
-    std::size_t subjectCursor = 0;
-    std::size_t referenceCursor = 0;
+    std::size_t subjectCursor = 0, referenceCursor = 0;
     for (std::int64_t c = subject[0].cube; c < run.state.cubeCount; ++c) {
         std::vector<std::size_t> candidates;
         for (std::size_t i = subjectCursor; i < subject.size(); ++i) {
@@ -53,8 +63,7 @@ double literalMeasure(const sorvek::Run& run, const Cloud& subject, const Cloud&
         for (std::size_t k = 0; candidates.size() >= numppc && k < numppc; ++k) {
             const PointRecord& s = subject[candidates[(k * candidates.size()) / numppc]];
             double d[3] = {999.0, 999.0, 999.0};
-            std::size_t p[3] = {0, 0, 0};
-            std::size_t neighbours = 0;
+            std::size_t p[3] = {0, 0, 0}, neighbours = 0;
             for (std::size_t j = referenceCursor; j < reference.size(); ++j) {
                 const PointRecord& r = reference[j];
                 if (r.cube > c) { if (k == numppc - 1) referenceCursor = j; break; }
@@ -75,10 +84,7 @@ double literalMeasure(const sorvek::Run& run, const Cloud& subject, const Cloud&
                 squared = distance * distance;
                 isAccepted = !isDegenerate(plane) && maxDistance >= distance;
             }
-            if (isAccepted) {
-                sum += squared;
-                ++accepted;
-            }
+            if (isAccepted) { sum += squared; ++accepted; }
         }
     }
     return accepted >= o.MINNUMPTS ? std::sqrt(sum / accepted) : 999.0;
@@ -100,14 +106,13 @@ TEST(PairMeasure, AgreesWithTheLiteralWalkOnGroundsThatOverlapInPart) {
         run.options.NUMPPC = c.numppc;
         run.options.ZMAX = c.zMax;
         run.options.MINNUMPTS = 10;
-        Cloud first = namedGround(0.2, 0.0, 1);
-        Cloud second = namedGround(0.15, 4.0, 2);  // the overlap is 8 m of 12, 2 cm higher
-        fixtures::gridAndSort(run, first, second);
+        // The second ground is denser, 4 m east and 2 cm higher: they overlap in 8 m of 12.
+        Cloud first = namedGround(0.2, 0.0, 1), second = namedGround(0.15, 4.0, 2);
+        gridAndSort(run, first, second);
         for (const bool secondIsSubject : {true, false}) {  // the measure has a direction
             const Cloud& subject = secondIsSubject ? second : first;
             const Cloud& reference = secondIsSubject ? first : second;
-            std::int32_t accepted = -1;
-            std::int32_t expectedAccepted = -2;
+            std::int32_t accepted = -1, expectedAccepted = -2;
             const double rms = measurePairRms(run, subject, reference, c.maxDistance, accepted, run.options.ZMIN);
             const double expected = literalMeasure(run, subject, reference, c.maxDistance, expectedAccepted);
             EXPECT_EQ(accepted, expectedAccepted);
@@ -119,60 +124,47 @@ TEST(PairMeasure, AgreesWithTheLiteralWalkOnGroundsThatOverlapInPart) {
 
 // Sixteen subject points `lift` above sixteen small reference triangles, in one cube.
 // Every coordinate is a binary fraction, so each distance is exactly `lift`.
-TEST(PairMeasure, AcceptsUpToTheLimitAndNeedsMinnumptsSamples) {
-    struct Case { std::int32_t regMode; double lift; double maxDistance; std::int32_t minNumPts; std::int32_t numppc; double rms; std::int32_t accepted; };
-    const Case cases[] = {
-        {0, 0.5, 0.5, 1, 10, 0.5, 10},     {1, 0.5, 0.5, 1, 10, 0.5, 10},  // the limit is inclusive
-        {0, 0.5, 0.4999, 1, 10, 999.0, 0}, {1, 0.5, 0.4999, 1, 10, 999.0, 0},
-        {1, 0.25, 1.0, 10, 10, 0.25, 10},  {1, 0.25, 1.0, 11, 10, 999.0, 10},  // count still valid
-        {1, 0.25, 1.0, -5, 10, 0.25, 10},  {1, 0.25, 1.0, 0, 0, nan, 0},  // nothing taken: 0 / 0
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(::testing::Message() << c.regMode << " " << c.maxDistance << " " << c.minNumPts);
-        sorvek::Run run;
-        run.options.REGMODE = c.regMode;
-        run.options.MINNUMPTS = c.minNumPts;
-        run.options.NUMPPC = c.numppc;
-        Cloud subject;
-        Cloud reference;
-        for (int i = 0; i < 16; ++i) {
-            const double x = 0.0625 + 0.25 * (i / 4);
-            const double y = 0.0625 + 0.25 * (i % 4);
-            subject.push_back({x, y, 0.25 + c.lift});
-            reference.insert(reference.end(), {{x, y, 0.25}, {x + 0.0625, y, 0.25}, {x, y + 0.0625, 0.25}});
-        }
-        fixtures::gridAndSort(run, subject, reference);
-        std::int32_t accepted = 7;
-        const double rms = measurePairRms(run, subject, reference, c.maxDistance, accepted, run.options.ZMIN);
-        EXPECT_TRUE(rms == c.rms || (std::isnan(rms) && std::isnan(c.rms))) << rms;
-        EXPECT_EQ(accepted, c.accepted);
+std::pair<Cloud, Cloud> liftedTriangles(double lift) {
+    Cloud subject, reference;
+    for (int i = 0; i < 16; ++i) {
+        const double x = 0.0625 + 0.25 * (i / 4);
+        const double y = 0.0625 + 0.25 * (i % 4);
+        subject.push_back({x, y, 0.25 + lift});
+        reference.insert(reference.end(), {{x, y, 0.25}, {x + 0.0625, y, 0.25}, {x, y + 0.0625, 0.25}});
     }
+    return {subject, reference};
 }
 
-// A plane from fewer than three entered points, or a nearest point beyond 31.6 (999 is
-// the empty place's squared distance), names no point: the sample is dropped.
-TEST(PairMeasure, DropsSamplesWhoseNearestListHasAnEmptyPlaceItNeeds) {
-    struct Case { const char* name; std::int32_t regMode; std::int32_t numppc; double spread; };
+// The distance limit is inclusive, and MINNUMPTS decides the result but not the count. A
+// plane from fewer than three entered points, or a nearest point beyond 31.6 (999 is the
+// empty place's squared distance), names no point: the sample is dropped.
+TEST(PairMeasure, AcceptsUpToTheLimitNeedsMinnumptsAndDropsSamplesWithAnEmptyPlace) {
+    const std::pair<Cloud, Cloud> half = liftedTriangles(0.5), quarter = liftedTriangles(0.25);
+    const std::pair<Cloud, Cloud> pair{{{0.05, 0, 0}, {0.05, 0.1, 0}}, {{0, 0, 0}, {0.1, 0.1, 0}}};
+    const std::pair<Cloud, Cloud> far{{{80, 0, 0}, {80, 80, 0}}, {{0, 0, 0}, {0, 80, 0}}};
+    struct Case { const char* name; const std::pair<Cloud, Cloud>& clouds; std::int32_t regMode, numppc, minNumPts;
+                  double maxDistance, dC, rms; std::int32_t accepted; };
     const Case cases[] = {
-        {"a plane from two points", 1, 2, 0.1},
-        {"a plane from one point", 1, 1, 0.1},
-        {"a nearest point beyond 31.6", 0, 2, 80.0},
+        {"point at the limit", half, 0, 10, 1, 0.5, 1, 0.5, 10}, {"plane at the limit", half, 1, 10, 1, 0.5, 1, 0.5, 10},
+        {"point beyond", half, 0, 10, 1, 0.4999, 1, 999.0, 0}, {"plane beyond", half, 1, 10, 1, 0.4999, 1, 999.0, 0},
+        {"just enough", quarter, 1, 10, 10, 1.0, 1, 0.25, 10}, {"one short", quarter, 1, 10, 11, 1.0, 1, 999.0, 10},
+        {"negative minimum", quarter, 1, 10, -5, 1.0, 1, 0.25, 10}, {"nothing taken: 0 / 0", quarter, 1, 0, 0, 1.0, 1, nan, 0},
+        {"a plane from two points", pair, 1, 2, 1, 100.0, 1000, 999.0, 0}, {"a plane from one point", pair, 1, 1, 1, 100.0, 1000, 999.0, 0},
+        {"a nearest point beyond 31.6", far, 0, 2, 1, 100.0, 1000, 999.0, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         sorvek::Run run;
         run.options.REGMODE = c.regMode;
+        run.options.MINNUMPTS = c.minNumPts;
         run.options.NUMPPC = c.numppc;
-        run.options.MINNUMPTS = 1;
-        run.options.dCX = run.options.dCY = run.options.dCZ = 1000.0;
-        const bool isPointToPoint = c.regMode == 0;
-        Cloud reference{{0, 0, 0}, {isPointToPoint ? 0 : c.spread, c.spread, 0}};
-        const double subjectX = isPointToPoint ? c.spread : c.spread / 2;
-        Cloud subject{{subjectX, 0, 0}, {subjectX, c.spread, 0}};
-        fixtures::gridAndSort(run, subject, reference);
-        std::int32_t accepted = -1;
-        EXPECT_EQ(measurePairRms(run, subject, reference, 100.0, accepted, run.options.ZMIN), 999.0);
-        EXPECT_EQ(accepted, 0);
+        run.options.dCX = run.options.dCY = run.options.dCZ = c.dC;
+        auto [subject, reference] = c.clouds;
+        gridAndSort(run, subject, reference);
+        std::int32_t accepted = 7;
+        const double rms = measurePairRms(run, subject, reference, c.maxDistance, accepted, run.options.ZMIN);
+        EXPECT_TRUE(rms == c.rms || (std::isnan(rms) && std::isnan(c.rms))) << rms;
+        EXPECT_EQ(accepted, c.accepted);
     }
 }
 
@@ -184,9 +176,8 @@ TEST(PairMeasure, ReportsADiagnosticFileItCannotCreateAndGoesOn) {
     const std::filesystem::path previous = std::filesystem::current_path();
     sorvek::Run run;
     run.options.MINNUMPTS = 10;
-    Cloud first = namedGround(0.2, 0.0, 1);
-    Cloud second = namedGround(0.15, 4.0, 2);
-    fixtures::gridAndSort(run, first, second);
+    Cloud first = namedGround(0.2, 0.0, 1), second = namedGround(0.15, 4.0, 2);
+    gridAndSort(run, first, second);
     std::int32_t accepted = 0;
     const double quiet = measurePairRms(run, second, first, 0.05, accepted, run.options.ZMIN);
     run.state.runMode = 5;
@@ -197,8 +188,8 @@ TEST(PairMeasure, ReportsADiagnosticFileItCannotCreateAndGoesOn) {
     std::filesystem::current_path(previous);
     EXPECT_EQ(out, "Unable to create PointsScan1.txt \n");
     EXPECT_EQ(rms, quiet);
-    EXPECT_EQ(testing::readFile(dir / "RMSdistances.txt").rfind("#Distances for point pairs for Scanset\n", 0), 0U);
-    EXPECT_EQ(testing::readFile(dir / "PointsScan2.txt").rfind("#X,Y,Z\n", 0), 0U);
+    EXPECT_TRUE(testing::readFile(dir / "RMSdistances.txt").starts_with("#Distances for point pairs for Scanset\n"));
+    EXPECT_TRUE(testing::readFile(dir / "PointsScan2.txt").starts_with("#X,Y,Z\n"));
     std::filesystem::remove_all(dir);
 }
 
@@ -216,9 +207,64 @@ TEST(PairMeasure, TooManyPointsInOneCubeEndTheRunWithStatusZero) {
     const testing::SessionResult result = testing::runSorvek(dir, {"corners.bxyz", "crowd.bxyz"}, "5\n");
     std::filesystem::remove(dir / "crowd.bxyz");
     EXPECT_EQ(result.exitCode, 0);
-    const std::string tail = "Sorting Data\ntoo many points!! Decrease cube search size!!! \n";
-    ASSERT_GE(result.out.size(), tail.size());
-    EXPECT_EQ(result.out.substr(result.out.size() - tail.size()), tail);
+    EXPECT_TRUE(result.out.ends_with("Sorting Data\ntoo many points!! Decrease cube search size!!! \n")) << result.out;
+}
+
+// One sample (1, 0) whose foot on the plane x - y + 1 = 0 is (0, 1): the reference must
+// turn by -pi/2 about the origin to carry the foot onto the sample.
+TEST(RotationEstimator, TurnsASingleFootOntoItsSample) {
+    sorvek::Run run;
+    run.options.NUMPPC = run.options.MINNUMPTS = 1;
+    run.state.cubeCount = 1;
+    const Cloud subject{{1, 0, 0}};
+    const Cloud reference{{0, 1, 0}, {0, 1, 1}, {1, 2, 0}};
+    std::int32_t accepted = 0;
+    double rotation = 99.0;
+    EXPECT_NEAR(estimateRotation(run, subject, reference, 2.0, 0.0, accepted, rotation, 0.0, 0.0, run.options.ZMIN), std::sqrt(2.0), 1e-15);
+    EXPECT_EQ(accepted, 1);
+    EXPECT_NEAR(rotation, -1.5707963267948966, 1e-15);
+    EXPECT_EQ(estimateRotation(run, subject, reference, 2.0, 1.5, accepted, rotation, 0.0, 0.0, run.options.ZMIN), 999.0);
+    EXPECT_EQ(accepted, 0);  // the one distance, 1.414, lies below the lower limit
+    run.options.NUMPPC = run.options.MINNUMPTS = 0;  // nothing needed and nothing accepted: 0 / 0, and no turn
+    EXPECT_TRUE(std::isnan(estimateRotation(run, subject, reference, 2.0, 0.0, accepted, rotation, 3.0, 4.0, run.options.ZMIN)));
+    EXPECT_EQ(accepted, 0);
+    EXPECT_EQ(rotation, 0.0);
+}
+
+// Four vertical walls that radiate from the scanner at (1000, 2000) like spokes, 2 to 10 m
+// out. A turn about the scanner moves every wall point straight off its wall, so one
+// closed-form step recovers nearly the whole angle.
+Cloud namedSpokes(double turn, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> jitter(-0.03, 0.03);
+    Cloud cloud;
+    for (const double headingDeg : {10.0, 55.0, 100.0, 145.0}) {
+        for (double r = -10.0; r < 10.0; r += 0.05) {
+            for (double z = 0.05; z < 3.0 && std::fabs(r) >= 2.0; z += 0.1) {
+                const double along = r + jitter(random);
+                cloud.push_back({1000.0 + along * std::cos(headingDeg * degToRad),
+                                 2000.0 + along * std::sin(headingDeg * degToRad), z + jitter(random)});
+            }
+        }
+    }
+    rotateCloud(cloud, turn, 1000.0, 2000.0);
+    return cloud;
+}
+
+TEST(RotationEstimator, FindsTheTurnBetweenTwoScansOfRadialWalls) {
+    for (const double trueAngle : {0.004, -0.003}) {
+        SCOPED_TRACE(trueAngle);
+        sorvek::Run run;
+        run.options.MINNUMPTS = 100;
+        Cloud subject = namedSpokes(0.0, 1);
+        Cloud reference = namedSpokes(-trueAngle, 2);
+        gridAndSort(run, subject, reference);
+        std::int32_t accepted = 0;
+        double rotation = 0.0;
+        estimateRotation(run, subject, reference, 0.5, 0.0, accepted, rotation, 1000.0, 2000.0, run.options.ZMIN);
+        EXPECT_GT(accepted, 1000);
+        EXPECT_NEAR(rotation, trueAngle, 0.03 * std::fabs(trueAngle));
+    }
 }
 
 }  // namespace

@@ -41,14 +41,24 @@ inline void restore(const SilencedOutput& saved) {
     close(saved.savedErr);
 }
 
-// Two neighbouring scans of a generated street, 15 m apart, the same scene in every run.
-inline synth::SurveySpec streetPairSpec(std::int64_t pointsPerCloud) {
+// Two neighbouring scans of a generated street, 15 m apart, the same scene in every run:
+// their set-ups and their clouds in the scanner frame.
+struct StreetScans {
+    std::vector<synth::ScanPose> poses;
+    Cloud clouds[2];
+};
+
+inline StreetScans sampleStreetPair(std::int64_t pointsPerCloud) {
     synth::SurveySpec surveySpec;
     surveySpec.scans = 2;
     surveySpec.points = pointsPerCloud;
     surveySpec.spacing = 15.0;
     surveySpec.seed = 7;
-    return surveySpec;
+    StreetScans scans;
+    scans.poses = synth::planScans(surveySpec);
+    const synth::SceneHandle scene = synth::makeScene(surveySpec, scans.poses);
+    for (std::size_t k = 0; k < 2; ++k) scans.clouds[k] = synth::sampleScan(scene, scans.poses[k], surveySpec);
+    return scans;
 }
 
 // makePair(points) gives a std::unique_ptr to a pair, registerFor(pair) registers its

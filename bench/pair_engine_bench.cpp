@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "points/binary_reader.h"
@@ -57,16 +58,15 @@ void writeBxyz(const std::filesystem::path& path, const Cloud& cloud) {
 std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     auto pair = std::make_unique<BenchPair>();
     pair->pointsPerCloud = pointsPerCloud;
-    const synth::SurveySpec surveySpec = bench::streetPairSpec(pointsPerCloud);
-    const std::vector<synth::ScanPose> poses = synth::planScans(surveySpec);
-    const synth::SceneHandle scene = synth::makeScene(surveySpec, poses);
+    bench::StreetScans scans = bench::sampleStreetPair(pointsPerCloud);
+    const std::vector<synth::ScanPose>& poses = scans.poses;
     pair->firstMatrix = databaseMatrix(poses[0]);
     pair->secondMatrix = databaseMatrix(poses[1]);
     pair->pivotX = poses[0].x;
     pair->pivotY = poses[0].y;
-    pair->firstRaw = synth::sampleScan(scene, poses[0], surveySpec);
+    pair->firstRaw = std::move(scans.clouds[0]);
     pair->first = pair->firstRaw;
-    pair->second = synth::sampleScan(scene, poses[1], surveySpec);
+    pair->second = std::move(scans.clouds[1]);
     applyMatrix(pair->first, pair->firstMatrix);
     applyMatrix(pair->second, pair->secondMatrix);
     pair->overlap = overlapOf(computeBounds(pair->first), computeBounds(pair->second));

@@ -39,19 +39,18 @@ struct BenchPair {
 std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     auto pair = std::make_unique<BenchPair>();
     pair->pointsPerCloud = pointsPerCloud;
-    const synth::SurveySpec surveySpec = bench::streetPairSpec(pointsPerCloud);
-    const std::vector<synth::ScanPose> poses = synth::planScans(surveySpec);
-    const synth::SceneHandle scene = synth::makeScene(surveySpec, poses);
+    const bench::StreetScans scans = bench::sampleStreetPair(pointsPerCloud);
     pair->dir = std::filesystem::temp_directory_path() /
                 ("sorvek-solver-bench-" + std::to_string(pointsPerCloud));
     std::filesystem::create_directories(pair->dir);
     Run& run = pair->run;
     for (std::size_t k = 0; k < 2; ++k) {
         const std::string file = (pair->dir / ("scan" + std::to_string(k + 1) + ".bxyz")).string();
-        const Cloud cloud = synth::sampleScan(scene, poses[k], surveySpec);
+        const Cloud& cloud = scans.clouds[k];
         const FileHandle out = openFile(file, "wb");
         if (out) std::fwrite(cloud.data(), sizeof(PointRecord), cloud.size(), out.get());
-        run.state.scans.push_back(synth::scanRecordOf(poses[k], k == 1 ? headingErrorDeg : 0.0, file));
+        run.state.scans.push_back(
+            synth::scanRecordOf(scans.poses[k], k == 1 ? headingErrorDeg : 0.0, file));
     }
     // The options as the menu leaves them: angles in radians.
     run.options.ALPHA = run.options.ALPHA * degToRad;

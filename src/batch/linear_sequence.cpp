@@ -22,7 +22,7 @@ enum class Side { south, north };
 
 // What one pass carries from pair to pair besides the shared records.
 struct LinearPass {
-    std::FILE* file = nullptr;  // the result file being written
+    OutputFile file;            // the result file being written
     bool isEvaluation = false;  // RMS evaluation pass rather than registration pass
     SolverOutputs outputs;      // the solver's out values, kept across pairs
 };
@@ -127,14 +127,14 @@ void takeTurn(Run& run, LinearPass& pass, std::int32_t scanIndex) {
 void runLinearSequence(Run& run, const std::string& path) {
     LinearPass pass;
     pass.isEvaluation = run.state.rmsPhase;
-    FileHandle file = createResultFile(
-        path, pass.isEvaluation ? ResultFileKind::lineRms : ResultFileKind::registration);
-    pass.file = file.get();
+    pass.file =
+        createResultFile(path, pass.isEvaluation ? ResultFileKind::lineRms : ResultFileKind::registration,
+                         run.state.logFile.get());
     const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
     for (std::int32_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         takeTurn(run, pass, scanIndex);
     }
-    file.reset();
+    closeInPlace(pass.file);
     std::printf("\n");
 }
 

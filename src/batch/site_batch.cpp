@@ -17,7 +17,7 @@ namespace {
 
 // What one pass carries from pair to pair besides the shared records.
 struct SitePass {
-    std::FILE* file = nullptr;  // the result file being written
+    OutputFile file;            // the result file being written
     bool isEvaluation = false;  // run mode 7 rather than run mode 6
     SolverOutputs outputs;      // the solver's out values, kept across pairs
 };
@@ -79,14 +79,14 @@ void runSiteBatch(Run& run, const std::string& path) {
     const std::time_t passStart = wallClockNow();
     SitePass pass;
     pass.isEvaluation = run.state.runMode == 7;
-    FileHandle file = createResultFile(
-        path, pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration);
-    pass.file = file.get();
+    pass.file =
+        createResultFile(path, pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration,
+                         run.state.logFile.get());
     const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
     for (std::int32_t firstIndex = 0; firstIndex < scanCount; ++firstIndex) {
         takeTurn(run, pass, firstIndex, scanCount);
     }
-    file.reset();
+    closeInPlace(pass.file);
     const std::int32_t seconds = secondsSince(passStart);
     std::printf("\n");
     printTotalTime(pass.isEvaluation, seconds);

@@ -56,12 +56,7 @@ protected:
     }
 
     // A copy of the clean job, with the results of its runs in modes 1 and 2.
-    static SurveyJob copyOfClean(const std::string& label) {
-        SurveyJob job = *clean;
-        job.dir = testing::makeScratchDir(label);
-        fs::copy(clean->dir, job.dir, fs::copy_options::recursive);
-        return job;
-    }
+    static SurveyJob copyOfClean(const std::string& label) { return testing::copyJob(*clean, label); }
 
     static SurveyJob* clean;
 };

@@ -42,6 +42,14 @@ inline SurveyJob makeSurveyJob(const std::string& label, const synth::SurveySpec
     return job;
 }
 
+// A copy of `job` with everything its runs left, in a fresh folder named after `label`.
+inline SurveyJob copyJob(const SurveyJob& job, const std::string& label) {
+    SurveyJob copy = job;
+    copy.dir = makeScratchDir(label);
+    std::filesystem::copy(job.dir, copy.dir, std::filesystem::copy_options::recursive);
+    return copy;
+}
+
 // The generator's line (or site) of `scans` set-ups with a fixed seed.
 inline synth::SurveySpec smallSpec(const std::string& layout, const std::string& direction,
                                    std::int32_t scans, std::int64_t points) {

@@ -42,9 +42,13 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
     out << contents;
 }
 
-SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
-                        const std::string& stdinText, const std::optional<std::string>& optionText,
-                        const std::string& shellPrefix) {
+namespace {
+
+// Puts the program and its option file into workDir/bin and the input beside them, and
+// returns the shell command of the run, which ends in the program itself.
+std::string prepareRun(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                       const std::string& stdinText, const std::optional<std::string>& optionText,
+                       const std::string& shellPrefix) {
     namespace fs = std::filesystem;
     const fs::path binDir = workDir / "bin";
     fs::create_directories(binDir);
@@ -54,11 +58,33 @@ SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
     writeFile(workDir / ".stdin", stdinText);
 
-    std::string command = "cd " + quoted(workDir.string()) + " && " + shellPrefix + "./bin/sorvek";
+    std::string command = "cd " + quoted(workDir.string()) + " && " + shellPrefix + "exec ./bin/sorvek";
     for (const std::string& arg : args) command += " " + quoted(arg);
-    command += " < .stdin > .stdout 2> .stderr";
-    const int status = std::system(command.c_str());
+    return command + " < .stdin > .stdout 2> .stderr";
+}
 
+}  // namespace
+
+SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                        const std::string& stdinText, const std::optional<std::string>& optionText,
+                        const std::string& shellPrefix) {
+    const std::string command = prepareRun(workDir, args, stdinText, optionText, shellPrefix);
+    return finishSorvek(workDir, std::system(command.c_str()));
+}
+
+pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                  const std::string& stdinText, const std::optional<std::string>& optionText) {
+    const std::string command = prepareRun(workDir, args, stdinText, optionText, "");
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    return pid;
+}
+
+SessionResult finishSorvek(const std::filesystem::path& workDir, int status) {
+    namespace fs = std::filesystem;
     SessionResult result;
     result.out = readFile(workDir / ".stdout");
     result.err = readFile(workDir / ".stderr");

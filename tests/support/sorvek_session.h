@@ -1,6 +1,8 @@
 #pragma once
 // Runs of the real sorvek binary in scratch folders, for end-to-end tests built in code.
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -29,5 +31,14 @@ SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<
                         const std::string& stdinText,
                         const std::optional<std::string>& optionText = std::nullopt,
                         const std::string& shellPrefix = "");
+
+// Starts the same run without waiting for it and returns the program's process id (the
+// shell replaces itself with the program), or -1. Collect it with waitpid and then
+// finishSorvek, which reads what the run printed from the status waitpid gave.
+pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                  const std::string& stdinText,
+                  const std::optional<std::string>& optionText = std::nullopt);
+
+SessionResult finishSorvek(const std::filesystem::path& workDir, int status);
 
 }  // namespace sorvek::testing

@@ -127,9 +127,9 @@ void takeTurn(Run& run, LinearPass& pass, std::int32_t scanIndex) {
 void runLinearSequence(Run& run, const std::string& path) {
     LinearPass pass;
     pass.isEvaluation = run.state.rmsPhase;
-    pass.file =
-        createResultFile(path, pass.isEvaluation ? ResultFileKind::lineRms : ResultFileKind::registration,
-                         run.state.logFile.get());
+    const ResultFileKind kind =
+        pass.isEvaluation ? ResultFileKind::lineRms : ResultFileKind::registration;
+    pass.file = createResultFile(path, kind, run.state.logFile.get());
     const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
     for (std::int32_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         takeTurn(run, pass, scanIndex);

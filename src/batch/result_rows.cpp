@@ -26,31 +26,31 @@ OutputFile createResultFile(const std::string& path, ResultFileKind kind, std::F
         std::printf("Please verify that the path exists. \n");
         endRun(0);
     }
-    requireWritten(std::fprintf(file.file.get(), "%s", headLineOf(kind)) >= 0, file);
+    requirePrinted(std::fprintf(file.file.get(), "%s", headLineOf(kind)), file);
     flushRow(file);
     return file;
 }
 
 void writeRegistrationRow(OutputFile& file, const RegistrationRow& row) {
-    int written = 0;
+    int printedCount = 0;
     if (static_cast<double>(row.initialRms) > row.solverRms) {
-        written = std::fprintf(file.file.get(), "%i,%lf,%i,%lf,%lf,%i,%i\n", row.firstId,
+        printedCount = std::fprintf(file.file.get(), "%i,%lf,%i,%lf,%lf,%i,%i\n", row.firstId,
                                row.firstRotationDeg, row.secondId, row.secondRotationDeg,
                                row.solverRms, row.pointCount, row.iterationCount);
     } else {
-        written = std::fprintf(file.file.get(), "%i,0.000000,%i,0.000000,%lf,%i,%i\n",
+        printedCount = std::fprintf(file.file.get(), "%i,0.000000,%i,0.000000,%lf,%i,%i\n",
                                row.firstId, row.secondId, static_cast<double>(row.initialRms),
                                row.pointCount, row.iterationCount);
     }
-    requireWritten(written >= 0, file);
+    requirePrinted(printedCount, file);
     flushRow(file);
 }
 
 void writeRmsRow(OutputFile& file, const RmsRow& row) {
-    const int written = std::fprintf(file.file.get(), "%i,%i,%lf,%i,%lf,%i,%lf,%lf,%lf\n",
-                                     row.firstId, row.secondId, row.rms12, row.np12, row.rms21,
-                                     row.np21, row.rmswave, row.spacing, row.range);
-    requireWritten(written >= 0, file);
+    requirePrinted(std::fprintf(file.file.get(), "%i,%i,%lf,%i,%lf,%i,%lf,%lf,%lf\n", row.firstId,
+                                row.secondId, row.rms12, row.np12, row.rms21, row.np21,
+                                row.rmswave, row.spacing, row.range),
+                   file);
     flushRow(file);
 }
 

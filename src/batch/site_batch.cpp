@@ -79,9 +79,9 @@ void runSiteBatch(Run& run, const std::string& path) {
     const std::time_t passStart = wallClockNow();
     SitePass pass;
     pass.isEvaluation = run.state.runMode == 7;
-    pass.file =
-        createResultFile(path, pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration,
-                         run.state.logFile.get());
+    const ResultFileKind kind =
+        pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration;
+    pass.file = createResultFile(path, kind, run.state.logFile.get());
     const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
     for (std::int32_t firstIndex = 0; firstIndex < scanCount; ++firstIndex) {
         takeTurn(run, pass, firstIndex, scanCount);

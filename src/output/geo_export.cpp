@@ -30,9 +30,9 @@ void writeExportedCloud(const std::string& path, std::span<const PointRecord> po
         return;
     }
     std::FILE* out = file.file.get();
-    requireWritten(std::fprintf(out, "#X,Y,Z\n") >= 0, file);
+    requirePrinted(std::fprintf(out, "#X,Y,Z\n"), file);
     for (const PointRecord& point : points) {
-        requireWritten(std::fprintf(out, "%lf %lf %lf\n", point.x, point.y, point.z) >= 0, file);
+        requirePrinted(std::fprintf(out, "%lf %lf %lf\n", point.x, point.y, point.z), file);
     }
     commitWholeFile(file);
 }

@@ -120,12 +120,11 @@ ScanTurn chooseTurn(std::span<const RotationEntry> table, const ScanRecord& scan
 void writeRotationRow(OutputFile& rotFile, const ScanRecord& scan, const ScanTurn& turn,
                       std::int32_t pointCount, std::int32_t pointsWritten) {
     std::FILE* file = rotFile.file.get();
-    const int written =
-        turn.hasRotation ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.meanDeg,
-                                        turn.rotationCount, turn.rotationSpread)
-                         : std::fprintf(file, "%i,0.000000,0,0.0", scan.scanId);
-    requireWritten(written >= 0, rotFile);
-    requireWritten(std::fprintf(file, ",%i,%i \n", pointCount, pointsWritten) >= 0, rotFile);
+    requirePrinted(turn.hasRotation ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.meanDeg,
+                                                   turn.rotationCount, turn.rotationSpread)
+                                    : std::fprintf(file, "%i,0.000000,0,0.0", scan.scanId),
+                   rotFile);
+    requirePrinted(std::fprintf(file, ",%i,%i \n", pointCount, pointsWritten), rotFile);
     flushRow(rotFile);
 }
 
@@ -172,10 +171,10 @@ void writeTextPoint(const Run& run, const ScanRecord& scan, const ScanTurn& turn
     }
     const double z = point.z;
     if (run.options.APPLYFILTER != 0 && !passesOutputFilter(run.options, scan, x, y, z)) return;
-    const int written =
+    requirePrinted(
         std::fprintf(output.pointFile.file.get(), "%lf %lf %lf %i %i %i %i \n", x, y, z,
-                     point.carried1, point.carried2, point.carried3, cutTowardZero(point.carried4));
-    requireWritten(written >= 0, output.pointFile);
+                     point.carried1, point.carried2, point.carried3, cutTowardZero(point.carried4)),
+        output.pointFile);
     ++output.pointsWritten;
 }
 
@@ -205,9 +204,9 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
     std::string piece;
     while (readLinePiece(in.get(), piece)) {
         if (isCommentLine(piece)) {
-            const int written = std::fprintf(output.pointFile.file.get(), "%s \n",
-                                             commentText(piece).c_str());
-            requireWritten(written >= 0, output.pointFile);
+            requirePrinted(std::fprintf(output.pointFile.file.get(), "%s \n",
+                                        commentText(piece).c_str()),
+                           output.pointFile);
             continue;
         }
         const TextPointLine point = parseTextPointLine(piece);
@@ -230,9 +229,9 @@ void writeBinaryPoint(const std::optional<ScanMatrix>& matrix, const std::array<
             point[i] = ((m[0][i] * offset[0]) + (m[1][i] * offset[1])) + (m[2][i] * offset[2]);
         }
     }
-    const int written =
-        std::fprintf(pointFile.file.get(), "%lf %lf %lf 0 0 0 0 \n", point[0], point[1], point[2]);
-    requireWritten(written >= 0, pointFile);
+    requirePrinted(
+        std::fprintf(pointFile.file.get(), "%lf %lf %lf 0 0 0 0 \n", point[0], point[1], point[2]),
+        pointFile);
 }
 
 void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
@@ -297,10 +296,10 @@ OutputFile createRotationResultFile(const std::string& path, std::FILE* log) {
         std::printf("Please verify that the path exists. \n");
         endRun(1);
     }
-    const int written = std::fprintf(
-        file.file.get(),
-        "ID,rotation(degrees),numRotVals,RotSpread(Degrees),Numpoints,NumpointsED \n");
-    requireWritten(written >= 0, file);
+    requirePrinted(
+        std::fprintf(file.file.get(),
+                     "ID,rotation(degrees),numRotVals,RotSpread(Degrees),Numpoints,NumpointsED \n"),
+        file);
     flushRow(file);
     return file;
 }

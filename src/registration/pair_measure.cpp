@@ -29,7 +29,7 @@ OutputFile createDiagnostic(const char* name, const char* mode, const char* head
         std::printf("Unable to create %s \n", name);
         return file;
     }
-    requireWritten(std::fprintf(file.file.get(), "%s", headLine) >= 0, file);
+    requirePrinted(std::fprintf(file.file.get(), "%s", headLine), file);
     return file;
 }
 
@@ -50,15 +50,14 @@ void closeDiagnostics(Diagnostics& files) {
 
 void writePoint(OutputFile& file, const Point3& point) {
     if (!file.file) return;
-    requireWritten(std::fprintf(file.file.get(), "%lf,%lf,%lf\n", point.x, point.y, point.z) >= 0,
-                   file);
+    requirePrinted(std::fprintf(file.file.get(), "%lf,%lf,%lf\n", point.x, point.y, point.z), file);
 }
 
 // `distance` is squared in point to point and plain in point to plane, as measured.
 void writeDiagnostics(Diagnostics& files, double distance, const Point3& sample,
                       const Point3& partner) {
     if (files.distances.file) {
-        requireWritten(std::fprintf(files.distances.file.get(), "%lf\n", distance) >= 0,
+        requirePrinted(std::fprintf(files.distances.file.get(), "%lf\n", distance),
                        files.distances);
     }
     writePoint(files.subjectPoints, sample);

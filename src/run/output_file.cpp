@@ -94,6 +94,13 @@ void failOutput(OutputFile& output) {
     endRunOnFailedWrite(output.path, errorNumber, output.log);
 }
 
+void startWriteBack(OutputFile& output) {
+    output.bytesSinceWriteBack = 0;
+    if (output.partialPath.empty()) return;
+    // Only a hint: a failure here leaves the work to the sync.
+    (void)::sync_file_range(::fileno(output.file.get()), 0, 0, SYNC_FILE_RANGE_WRITE);
+}
+
 void flushRow(OutputFile& output) { requireWritten(std::fflush(output.file.get()) == 0, output); }
 
 void closeInPlace(OutputFile& output) {

@@ -4,6 +4,7 @@
 // final name only when it is complete and closed; rows and the log are written in place.
 // The first write that fails ends the run through the one door.
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -20,7 +21,11 @@ struct OutputFile {
     std::string path;          // the final name, as every message shows it
     std::string partialPath;   // where a whole file's bytes go until complete; empty: in place
     std::FILE* log = nullptr;  // told of a failure besides the console; borrowed, may be null
+    std::int64_t bytesSinceWriteBack = 0;  // printed since the disk last got the file's bytes
 };
+
+// How much of a whole file is printed before its bytes are sent on towards the disk.
+inline constexpr std::int64_t writeBackBytes = std::int64_t{8} << 20;
 
 // Opens `path` with `mode` ("w" or "a") and writes in place. Empty handle on failure.
 OutputFile openInPlace(const std::string& path, const char* mode, std::FILE* log);
@@ -37,6 +42,18 @@ OutputFile createWholeFile(const std::string& path, std::FILE* log);
 
 inline void requireWritten(bool isWritten, OutputFile& output) {
     if (!isWritten) failOutput(output);
+}
+
+// Sends what has reached a whole file on towards the disk without waiting for it, so that
+// the sync before the rename finds little left to do. Files written in place are left to
+// the system.
+void startWriteBack(OutputFile& output);
+
+// Checks the count that one fprintf to `output` returned.
+inline void requirePrinted(int printedCount, OutputFile& output) {
+    if (printedCount < 0) failOutput(output);
+    output.bytesSinceWriteBack += printedCount;
+    if (output.bytesSinceWriteBack >= writeBackBytes) startWriteBack(output);
 }
 
 // A row is on disk once this returns.

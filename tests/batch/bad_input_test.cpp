@@ -56,7 +56,9 @@ protected:
     }
 
     // A copy of the clean job, with the results of its runs in modes 1 and 2.
-    static SurveyJob copyOfClean(const std::string& label) { return testing::copyJob(*clean, label); }
+    static SurveyJob copyOfClean(const std::string& label) {
+        return testing::copyJob(*clean, label);
+    }
 
     static SurveyJob* clean;
 };

@@ -38,7 +38,8 @@ std::string exportName(int scan) {
 }
 
 bool endsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 std::vector<std::string> partialFilesIn(const fs::path& dir) {
@@ -126,7 +127,8 @@ TEST_F(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
             const Rows rows = testing::readRows(job.dir / c.rowFile);
             const Rows cleanRows = testing::readRows(clean->dir / c.rowFile);
             ASSERT_GE(cleanRows.size(), c.keptRows);
-            EXPECT_EQ(rows, Rows(cleanRows.begin(), cleanRows.begin() + static_cast<long>(c.keptRows)));
+            const auto keptEnd = cleanRows.begin() + static_cast<long>(c.keptRows);
+            EXPECT_EQ(rows, Rows(cleanRows.begin(), keptEnd));
         }
         fs::remove_all(job.dir);
     }
@@ -168,7 +170,8 @@ TEST(KilledRun, LeavesNoPartFileUnderTheFinalName) {
         testing::makeSurveyJob("writes-kill", testing::smallSpec("line", "north", 1, 1000000));
     const fs::path rotated = job.dir / rotatedName(1);
     const fs::path partial = job.dir / (rotatedName(1) + partialSuffix);
-    const std::size_t pointCount = fs::file_size(job.dir / testing::scanFile(1)) / sizeof(PointRecord);
+    const std::size_t pointCount =
+        fs::file_size(job.dir / testing::scanFile(1)) / sizeof(PointRecord);
 
     const pid_t pid = testing::startSorvek(job.dir, {"job.txt"}, "2\n\n\n", job.baseOptions);
     ASSERT_GT(pid, 0);
@@ -184,7 +187,8 @@ TEST(KilledRun, LeavesNoPartFileUnderTheFinalName) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     testing::finishSorvek(job.dir, status);
-    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "the run ended before the kill";
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL)
+        << "the run ended before the kill";
     EXPECT_FALSE(fs::exists(rotated));
     EXPECT_TRUE(fs::exists(partial));
 

@@ -58,7 +58,8 @@ std::string prepareRun(const std::filesystem::path& workDir, const std::vector<s
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
     writeFile(workDir / ".stdin", stdinText);
 
-    std::string command = "cd " + quoted(workDir.string()) + " && " + shellPrefix + "exec ./bin/sorvek";
+    std::string command =
+        "cd " + quoted(workDir.string()) + " && " + shellPrefix + "exec ./bin/sorvek";
     for (const std::string& arg : args) command += " " + quoted(arg);
     return command + " < .stdin > .stdout 2> .stderr";
 }

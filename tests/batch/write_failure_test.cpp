@@ -12,7 +12,6 @@
 #include <functional>
 #include <thread>
 
-#include "batch/rotated_file_name.h"
 #include "batch/survey_job.h"
 #include "run/output_file.h"
 
@@ -21,11 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::SurveyJob;
-using Rows = std::vector<std::vector<std::string>>;
-
-const char* const quickSolvers = "MINNUMPTS 50\nMAXITER 2\nMAXREPEAT 2\n";
-
-std::string rotatedName(int scan) { return rmsPassFileName(testing::scanFile(scan)); }
+using testing::quickSolvers;
 
 std::string matrixName(int scan) {
     const std::string name = testing::scanFile(scan);
@@ -91,7 +86,7 @@ TEST_F(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
         {1, "joblog.txt", [](const fs::path& dir) { fs::remove(dir / testing::scanFile(4)); },
          {}, "jobreg.csv", 2},
         {2, "jobrot.csv", nothing, {}, "", 0},
-        {2, rotatedName(3), nothing, {rotatedName(1), rotatedName(2)}, "jobrot.csv", 2},
+        {2, testing::rotatedScanFile(3), nothing, {testing::rotatedScanFile(1), testing::rotatedScanFile(2)}, "jobrot.csv", 2},
         {8, matrixName(3), nothing, {matrixName(1), matrixName(2)}, "", 0},
         {9, exportName(3), nothing, {exportName(1), exportName(2)}, "", 0},
         {5, "PointsScan1.txt", nothing, {}, "", 0},
@@ -124,11 +119,11 @@ TEST_F(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
             EXPECT_EQ(testing::readFile(job.dir / name), testing::readFile(clean->dir / name));
         }
         if (!c.rowFile.empty()) {
-            const Rows rows = testing::readRows(job.dir / c.rowFile);
-            const Rows cleanRows = testing::readRows(clean->dir / c.rowFile);
+            const testing::Rows rows = testing::readRows(job.dir / c.rowFile);
+            const testing::Rows cleanRows = testing::readRows(clean->dir / c.rowFile);
             ASSERT_GE(cleanRows.size(), c.keptRows);
             const auto keptEnd = cleanRows.begin() + static_cast<long>(c.keptRows);
-            EXPECT_EQ(rows, Rows(cleanRows.begin(), keptEnd));
+            EXPECT_EQ(rows, testing::Rows(cleanRows.begin(), keptEnd));
         }
         fs::remove_all(job.dir);
     }
@@ -140,22 +135,22 @@ TEST_F(WriteFailure, AFileSizeLimitStopsTheRunInsteadOfKillingIt) {
     const SurveyJob job = testing::copyJob(*clean, "writes-limit");
     constexpr int shortScanPoints = 4000;
     fs::resize_file(job.dir / testing::scanFile(1), shortScanPoints * sizeof(PointRecord));
-    for (int scan = 1; scan <= 4; ++scan) fs::remove(job.dir / rotatedName(scan));
+    for (int scan = 1; scan <= 4; ++scan) fs::remove(job.dir / testing::rotatedScanFile(scan));
     // A third of the file in the shell's blocks, 512 or 1024 bytes: either way the limit
     // falls inside the file.
-    const std::uintmax_t fullSize = fs::file_size(clean->dir / rotatedName(2));
+    const std::uintmax_t fullSize = fs::file_size(clean->dir / testing::rotatedScanFile(2));
     const std::string limit = "ulimit -f " + std::to_string(fullSize / 3 / 512) + "; ";
 
     const testing::SessionResult result = testing::runSorvek(
         job.dir, {"job.txt"}, "2\n\n\n", job.baseOptions + quickSolvers, limit);
-    const std::string message = "Unable to write " + rotatedName(2) + ": File too large \n";
+    const std::string message = "Unable to write " + testing::rotatedScanFile(2) + ": File too large \n";
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(endsWith(result.out, message)) << result.out;
     EXPECT_TRUE(endsWith(testing::readFile(job.dir / "joblog.txt"), message));
-    EXPECT_FALSE(fs::exists(job.dir / rotatedName(2)));
+    EXPECT_FALSE(fs::exists(job.dir / testing::rotatedScanFile(2)));
     EXPECT_EQ(partialFilesIn(job.dir), std::vector<std::string>());
-    EXPECT_EQ(lineCount(testing::readFile(job.dir / rotatedName(1))), shortScanPoints);
-    const Rows rows = testing::readRows(job.dir / "jobrot.csv");
+    EXPECT_EQ(lineCount(testing::readFile(job.dir / testing::rotatedScanFile(1))), shortScanPoints);
+    const testing::Rows rows = testing::readRows(job.dir / "jobrot.csv");
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(rows[0][0], "1");
     EXPECT_EQ(rows[0][4] + "," + rows[0][5], "4000,4000 ");
@@ -168,8 +163,8 @@ TEST_F(WriteFailure, AFileSizeLimitStopsTheRunInsteadOfKillingIt) {
 TEST(KilledRun, LeavesNoPartFileUnderTheFinalName) {
     const SurveyJob job =
         testing::makeSurveyJob("writes-kill", testing::smallSpec("line", "north", 1, 1000000));
-    const fs::path rotated = job.dir / rotatedName(1);
-    const fs::path partial = job.dir / (rotatedName(1) + partialSuffix);
+    const fs::path rotated = job.dir / testing::rotatedScanFile(1);
+    const fs::path partial = job.dir / (testing::rotatedScanFile(1) + partialSuffix);
     const std::size_t pointCount =
         fs::file_size(job.dir / testing::scanFile(1)) / sizeof(PointRecord);
 

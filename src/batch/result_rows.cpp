@@ -35,12 +35,12 @@ void writeRegistrationRow(OutputFile& file, const RegistrationRow& row) {
     int printedCount = 0;
     if (static_cast<double>(row.initialRms) > row.solverRms) {
         printedCount = std::fprintf(file.file.get(), "%i,%lf,%i,%lf,%lf,%i,%i\n", row.firstId,
-                               row.firstRotationDeg, row.secondId, row.secondRotationDeg,
-                               row.solverRms, row.pointCount, row.iterationCount);
+                                    row.firstRotationDeg, row.secondId, row.secondRotationDeg,
+                                    row.solverRms, row.pointCount, row.iterationCount);
     } else {
         printedCount = std::fprintf(file.file.get(), "%i,0.000000,%i,0.000000,%lf,%i,%i\n",
-                               row.firstId, row.secondId, static_cast<double>(row.initialRms),
-                               row.pointCount, row.iterationCount);
+                                    row.firstId, row.secondId, static_cast<double>(row.initialRms),
+                                    row.pointCount, row.iterationCount);
     }
     requirePrinted(printedCount, file);
     flushRow(file);

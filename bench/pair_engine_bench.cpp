@@ -15,6 +15,7 @@
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
 #include "points/transforms.h"
+#include "points/work_cloud.h"
 #include "registration/pair_measure.h"
 #include "registration/rotation_estimator.h"
 #include "bench_support.h"
@@ -41,6 +42,8 @@ struct BenchPair {
     CloudBounds overlap;               // the box both clouds share
     Cloud firstSorted;                 // assigned and sorted on the pair's grid
     Cloud secondSorted;
+    WorkCloud firstWork;               // the sorted clouds as the walk reads them
+    WorkCloud secondWork;
     std::filesystem::path bxyzPath;    // the first cloud as a .bxyz file
 };
 
@@ -75,8 +78,10 @@ std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     const double zMin = pair->run.options.ZMIN;
     assignCubes(pair->run, pair->firstSorted, pair->overlap, zMin);
     assignCubes(pair->run, pair->secondSorted, pair->overlap, zMin);
-    sortByCube(pair->firstSorted, pair->run.pair.buffers.sortScratch);
-    sortByCube(pair->secondSorted, pair->run.pair.buffers.sortScratch);
+    sortByCube(pair->run, pair->firstSorted);
+    sortByCube(pair->run, pair->secondSorted);
+    copySorted(pair->firstSorted, pair->run.state.cubeCount, pair->firstWork);
+    copySorted(pair->secondSorted, pair->run.state.cubeCount, pair->secondWork);
     pair->bxyzPath = std::filesystem::temp_directory_path() /
                      ("sorvek-bench-" + std::to_string(pointsPerCloud) + ".bxyz");
     writeBxyz(pair->bxyzPath, pair->firstRaw);
@@ -138,13 +143,12 @@ void benchSort(benchmark::State& state, BenchPair& pair, bool alsoAssign) {
     Cloud assigned = pair.first;
     assignCubes(pair.run, assigned, pair.overlap, pair.run.options.ZMIN);
     Cloud cloud = assigned;
-    Cloud& scratch = pair.run.pair.buffers.sortScratch;
     for (auto _ : state) {
         state.PauseTiming();
         std::copy(assigned.begin(), assigned.end(), cloud.begin());
         state.ResumeTiming();
         if (alsoAssign) assignCubes(pair.run, cloud, pair.overlap, pair.run.options.ZMIN);
-        sortByCube(cloud, scratch);
+        sortByCube(pair.run, cloud);
         benchmark::DoNotOptimize(cloud.data());
     }
     countPoints(state, cloud.size());
@@ -153,7 +157,7 @@ void benchSort(benchmark::State& state, BenchPair& pair, bool alsoAssign) {
 void benchMeasure(benchmark::State& state, BenchPair& pair) {
     std::int32_t accepted = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(measurePairRms(pair.run, pair.secondSorted, pair.firstSorted,
+        benchmark::DoNotOptimize(measurePairRms(pair.run, pair.secondWork, pair.firstWork,
                                                 pair.run.options.MAXDISTINITIAL, accepted,
                                                 pair.run.options.ZMIN));
     }
@@ -165,7 +169,7 @@ void benchEstimate(benchmark::State& state, BenchPair& pair) {
     std::int32_t accepted = 0;
     double rotation = 0.0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(estimateRotation(pair.run, pair.secondSorted, pair.firstSorted,
+        benchmark::DoNotOptimize(estimateRotation(pair.run, pair.secondWork, pair.firstWork,
                                                   pair.run.options.MAXDISTINITIAL, 0.0, accepted,
                                                   rotation, pair.pivotX, pair.pivotY,
                                                   pair.run.options.ZMIN));

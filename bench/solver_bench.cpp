@@ -76,14 +76,14 @@ struct CountedMeasures {
     PairMeasures calls() {
         const PairMeasures real = standardPairMeasures();
         PairMeasures counted;
-        counted.measure = [this, real](Run& run, std::span<const PointRecord> subject,
-                                       std::span<const PointRecord> reference, double maxDistance,
+        counted.measure = [this, real](Run& run, const WorkCloud& subject,
+                                       const WorkCloud& reference, double maxDistance,
                                        std::int32_t& accepted, double zMin) {
             ++measures;
             return real.measure(run, subject, reference, maxDistance, accepted, zMin);
         };
-        counted.estimate = [this, real](Run& run, std::span<const PointRecord> subject,
-                                        std::span<const PointRecord> reference, double maxDistance,
+        counted.estimate = [this, real](Run& run, const WorkCloud& subject,
+                                        const WorkCloud& reference, double maxDistance,
                                         double minDistance, std::int32_t& accepted,
                                         double& rotationOut, double pivotX, double pivotY,
                                         double zMin) {

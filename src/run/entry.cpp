@@ -8,6 +8,7 @@
 #include "run/output_file.h"
 #include "run/records.h"
 #include "run/run_modes.h"
+#include "run/worker_pool.h"
 #include "survey/scan_neighbors.h"
 
 namespace sorvek {
@@ -61,8 +62,12 @@ std::string optionPathFor(const std::string& programPath) {
     return programPath.substr(0, separator + 1) + optionFileName;
 }
 
-int runEntry(int argumentCount, char** arguments) {
+int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine) {
     Run run;
+    const std::size_t threadCount = commandLine.threadCount > 0
+                                        ? static_cast<std::size_t>(commandLine.threadCount)
+                                        : hardwareThreadCount();
+    run.state.workers = std::make_unique<WorkerPool>(threadCount);
     run.state.optionPath = optionPathFor(argumentCount >= 1 ? arguments[0] : "");
     run.state.databasePath = databasePathFor(argumentCount, arguments);
     readOptions(run);

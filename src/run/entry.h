@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "run/command_line.h"
+
 namespace sorvek {
 
 // The option file beside the program: the directory of `programPath` when its last '\'
@@ -10,6 +12,8 @@ namespace sorvek {
 std::string optionPathFor(const std::string& programPath);
 
 // The process entry; returns 0 on the normal path. Failures end the process themselves.
-int runEntry(int argumentCount, char** arguments);
+// `commandLine` holds what the flags before the arguments said; `arguments` no longer
+// holds them.
+int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine = {});
 
 }  // namespace sorvek

@@ -1,0 +1,245 @@
+#include "points/work_cloud.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "run/worker_pool.h"
+
+// Every pass over a cloud is cut into equal shares of points, one part per share, and
+// each part writes only its own slots: its keys, its count row, its places. The bounds of
+// the parts are joined in part order with the same strict comparisons computeBounds
+// makes, so that even the sign of a zero extreme comes out as one thread would find it.
+namespace sorvek {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+// Extremes of one part, starting from nothing.
+struct PartBounds {
+    double minX = infinity;
+    double maxX = -infinity;
+    double minY = infinity;
+    double maxY = -infinity;
+    double minZ = infinity;
+    double maxZ = -infinity;
+};
+
+// Both tests on every value: for a part that does not start the cloud no first value sets
+// both extremes. A value that is not a number passes neither.
+void widen(double value, double& least, double& greatest) {
+    if (value > greatest) greatest = value;
+    if (least > value) least = value;
+}
+
+void widenBy(const PartBounds& part, CloudBounds& bounds) {
+    widen(part.maxX, bounds.minX, bounds.maxX);
+    widen(part.minX, bounds.minX, bounds.maxX);
+    widen(part.maxY, bounds.minY, bounds.maxY);
+    widen(part.minY, bounds.minY, bounds.maxY);
+    widen(part.maxZ, bounds.minZ, bounds.maxZ);
+    widen(part.minZ, bounds.minZ, bounds.maxZ);
+}
+
+std::size_t threadCountOf(const Run& run) {
+    return run.state.workers ? run.state.workers->threadCount : 1;
+}
+
+bool keysFit(const CubeOrderScratch& scratch, std::span<const PointRecord> source,
+             const Turn& turn, const CubeGrid& grid) {
+    const Turn& kept = scratch.keyTurn;
+    return scratch.hasKeys && scratch.keySource == source.data() &&
+           scratch.keys.size() == source.size() && isSameGrid(scratch.keyGrid, grid) &&
+           kept.cosAngle == turn.cosAngle && kept.sinAngle == turn.sinAngle &&
+           kept.pivotX == turn.pivotX && kept.pivotY == turn.pivotY;
+}
+
+void keepKeyOrigin(CubeOrderScratch& scratch, std::span<const PointRecord> source,
+                   const Turn& turn, const CubeGrid& grid) {
+    scratch.hasKeys = true;
+    scratch.keySource = source.data();
+    scratch.keyTurn = turn;
+    scratch.keyGrid = grid;
+}
+
+void resizeCloud(WorkCloud& cloud, std::size_t count) {
+    cloud.x.resize(count);
+    cloud.y.resize(count);
+    cloud.z.resize(count);
+    cloud.cube.resize(count);
+}
+
+// Cubes of the turned source on `grid`, which has cubes.
+void keysOfTurned(Run& run, std::span<const PointRecord> source, const Turn& turn,
+                  const CubeGrid& grid, CubeOrderScratch& scratch) {
+    const std::size_t count = source.size();
+    scratch.keys.resize(count);
+    scratch.countedParts = 0;
+    const std::size_t partCount = threadCountOf(run);
+    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
+        const std::size_t end = partBegin(count, part + 1, partCount);
+        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+            const PointRecord& point = source[i];
+            scratch.keys[i] = cubeOf(grid, turnedX(turn, point.x, point.y),
+                                     turnedY(turn, point.x, point.y), point.z);
+        }
+    });
+    keepKeyOrigin(scratch, source, turn, grid);
+}
+
+std::size_t countInGrid(const std::vector<std::uint32_t>& keys, const CubeGrid& grid) {
+    const auto outOfGrid = static_cast<std::uint32_t>(grid.cubeCount);
+    return static_cast<std::size_t>(
+        std::count_if(keys.begin(), keys.end(), [&](std::uint32_t key) { return key != outOfGrid; }));
+}
+
+}  // namespace
+
+void clearWorkCloud(WorkCloud& cloud) {
+    resizeCloud(cloud, 0);
+    cloud.inGridCount = 0;
+}
+
+CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Turn& turn,
+                         const CubeGrid& guess, CubeOrderScratch& scratch) {
+    CloudBounds bounds;
+    scratch.hasKeys = false;
+    const std::size_t count = source.size();
+    if (count == 0) return bounds;
+    const bool keepsKeys = hasCubes(guess);
+    const std::size_t bucketCount = static_cast<std::size_t>(guess.cubeCount) + 1;
+    const std::size_t countedParts = keepsKeys ? countingParts(run, count, bucketCount) : 0;
+    const std::size_t partCount = countedParts > 0 ? countedParts : threadCountOf(run);
+    if (keepsKeys) scratch.keys.resize(count);
+    if (countedParts > 0) clearCounts(scratch, countedParts, bucketCount);
+    std::vector<PartBounds> parts(partCount);
+    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
+        PartBounds& extent = parts[part];
+        std::uint32_t* row = countedParts > 0 ? scratch.counts.data() + part * bucketCount : nullptr;
+        const std::size_t end = partBegin(count, part + 1, partCount);
+        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+            const PointRecord& point = source[i];
+            const double x = turnedX(turn, point.x, point.y);
+            const double y = turnedY(turn, point.x, point.y);
+            widen(x, extent.minX, extent.maxX);
+            widen(y, extent.minY, extent.maxY);
+            widen(point.z, extent.minZ, extent.maxZ);
+            if (!keepsKeys) continue;
+            const std::uint32_t key = cubeOf(guess, x, y, point.z);
+            scratch.keys[i] = key;
+            if (row != nullptr) ++row[key];
+        }
+    });
+    bounds.count = static_cast<std::int32_t>(count);  // the readers stop below 2^31
+    bounds.minX = bounds.maxX = turnedX(turn, source[0].x, source[0].y);
+    bounds.minY = bounds.maxY = turnedY(turn, source[0].x, source[0].y);
+    bounds.minZ = bounds.maxZ = source[0].z;
+    for (const PartBounds& part : parts) widenBy(part, bounds);
+    if (keepsKeys) {
+        keepKeyOrigin(scratch, source, turn, guess);
+        scratch.countedParts = countedParts;
+    }
+    return bounds;
+}
+
+void placeTurned(Run& run, std::span<const PointRecord> source, const Turn& turn,
+                 const CubeGrid& grid, CubeOrderScratch& scratch, WorkCloud& cloud) {
+    const std::size_t count = source.size();
+    resizeCloud(cloud, count);
+    const std::size_t partCount = threadCountOf(run);
+    if (!hasCubes(grid)) {
+        // Every point lies outside: the sort would leave the copy in source order.
+        const auto outOfGrid = static_cast<std::uint32_t>(grid.cubeCount);
+        runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
+            const std::size_t end = partBegin(count, part + 1, partCount);
+            for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+                cloud.x[i] = turnedX(turn, source[i].x, source[i].y);
+                cloud.y[i] = turnedY(turn, source[i].x, source[i].y);
+                cloud.z[i] = source[i].z;
+                cloud.cube[i] = outOfGrid;
+            }
+        });
+        cloud.inGridCount = 0;
+        return;
+    }
+    if (!keysFit(scratch, source, turn, grid)) keysOfTurned(run, source, turn, grid, scratch);
+    const CubePlaces places =
+        preparePlaces(run, scratch, static_cast<std::size_t>(grid.cubeCount) + 1);
+    const std::size_t placeParts = places.isRanked ? partCount : places.partCount;
+    runParts(run.state.workers.get(), placeParts, [&](std::size_t part) {
+        const std::size_t end = partBegin(count, part + 1, placeParts);
+        for (std::size_t i = partBegin(count, part, placeParts); i < end; ++i) {
+            const std::uint32_t place = takePlace(scratch, places, part, i);
+            cloud.x[place] = turnedX(turn, source[i].x, source[i].y);
+            cloud.y[place] = turnedY(turn, source[i].x, source[i].y);
+            cloud.z[place] = source[i].z;
+            cloud.cube[place] = scratch.keys[i];
+        }
+    });
+    cloud.inGridCount = countInGrid(scratch.keys, grid);
+}
+
+void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderScratch& scratch,
+                   WorkCloud& spare) {
+    const std::size_t count = pointCount(cloud);
+    scratch.hasKeys = false;
+    if (!hasCubes(grid)) {
+        // Every point gets the same index, and a stable sort moves nothing.
+        std::fill(cloud.cube.begin(), cloud.cube.end(), static_cast<std::uint32_t>(grid.cubeCount));
+        cloud.inGridCount = 0;
+        return;
+    }
+    scratch.keys.resize(count);
+    scratch.countedParts = 0;
+    const std::size_t partCount = threadCountOf(run);
+    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
+        const std::size_t end = partBegin(count, part + 1, partCount);
+        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+            scratch.keys[i] = cubeOf(grid, cloud.x[i], cloud.y[i], cloud.z[i]);
+        }
+    });
+    const CubePlaces places =
+        preparePlaces(run, scratch, static_cast<std::size_t>(grid.cubeCount) + 1);
+    const std::size_t placeParts = places.isRanked ? partCount : places.partCount;
+    resizeCloud(spare, count);
+    runParts(run.state.workers.get(), placeParts, [&](std::size_t part) {
+        const std::size_t end = partBegin(count, part + 1, placeParts);
+        for (std::size_t i = partBegin(count, part, placeParts); i < end; ++i) {
+            const std::uint32_t place = takePlace(scratch, places, part, i);
+            spare.x[place] = cloud.x[i];
+            spare.y[place] = cloud.y[i];
+            spare.z[place] = cloud.z[i];
+            spare.cube[place] = scratch.keys[i];
+        }
+    });
+    std::swap(cloud, spare);
+    cloud.inGridCount = countInGrid(scratch.keys, grid);
+}
+
+void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn) {
+    const std::size_t count = pointCount(cloud);
+    const std::size_t partCount = threadCountOf(run);
+    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
+        const std::size_t end = partBegin(count, part + 1, partCount);
+        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+            const double x = cloud.x[i];
+            const double y = cloud.y[i];
+            cloud.x[i] = turnedX(turn, x, y);
+            cloud.y[i] = turnedY(turn, x, y);
+        }
+    });
+}
+
+void copySorted(std::span<const PointRecord> sorted, std::int32_t cubeCount, WorkCloud& cloud) {
+    resizeCloud(cloud, sorted.size());
+    std::size_t inGrid = 0;
+    for (std::size_t i = 0; i < sorted.size(); ++i) {
+        cloud.x[i] = sorted[i].x;
+        cloud.y[i] = sorted[i].y;
+        cloud.z[i] = sorted[i].z;
+        cloud.cube[i] = sorted[i].cube;
+        if (std::int64_t{sorted[i].cube} < std::int64_t{cubeCount}) ++inGrid;
+    }
+    cloud.inGridCount = inGrid;
+}
+
+}  // namespace sorvek

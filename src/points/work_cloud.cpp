@@ -25,10 +25,11 @@ struct PartBounds {
 };
 
 // Both tests on every value: for a part that does not start the cloud no first value sets
-// both extremes. A value that is not a number passes neither.
-void widen(double value, double& least, double& greatest) {
-    if (value > greatest) greatest = value;
-    if (least > value) least = value;
+// both extremes. A value that is not a number passes neither. Written as selections, so
+// that they compile to max and min instructions of exactly these semantics.
+inline void widen(double value, double& least, double& greatest) {
+    greatest = value > greatest ? value : greatest;
+    least = least > value ? value : least;
 }
 
 void widenBy(const PartBounds& part, CloudBounds& bounds) {
@@ -113,8 +114,10 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
     if (countedParts > 0) clearCounts(scratch, countedParts, bucketCount);
     std::vector<PartBounds> parts(partCount);
     runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-        PartBounds& extent = parts[part];
+        PartBounds extent;  // kept apart from the shared vector, so that it stays in registers
         std::uint32_t* row = countedParts > 0 ? scratch.counts.data() + part * bucketCount : nullptr;
+        std::uint32_t* keys = scratch.keys.data();
+        const CubeGrid grid = guess;
         const std::size_t end = partBegin(count, part + 1, partCount);
         for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
             const PointRecord& point = source[i];
@@ -124,10 +127,11 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
             widen(y, extent.minY, extent.maxY);
             widen(point.z, extent.minZ, extent.maxZ);
             if (!keepsKeys) continue;
-            const std::uint32_t key = cubeOf(guess, x, y, point.z);
-            scratch.keys[i] = key;
+            const std::uint32_t key = cubeOf(grid, x, y, point.z);
+            keys[i] = key;
             if (row != nullptr) ++row[key];
         }
+        parts[part] = extent;
     });
     bounds.count = static_cast<std::int32_t>(count);  // the readers stop below 2^31
     bounds.minX = bounds.maxX = turnedX(turn, source[0].x, source[0].y);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "points/turn_kernel.h"
 #include "run/worker_pool.h"
 
 // Every pass over a cloud is cut into equal shares of points, one part per share, and
@@ -12,21 +13,8 @@
 namespace sorvek {
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-
-// Extremes of one part, starting from nothing.
-struct PartBounds {
-    double minX = infinity;
-    double maxX = -infinity;
-    double minY = infinity;
-    double maxY = -infinity;
-    double minZ = infinity;
-    double maxZ = -infinity;
-};
-
 // Both tests on every value: for a part that does not start the cloud no first value sets
-// both extremes. A value that is not a number passes neither. Written as selections, so
-// that they compile to max and min instructions of exactly these semantics.
+// both extremes. A value that is not a number passes neither.
 inline void widen(double value, double& least, double& greatest) {
     greatest = value > greatest ? value : greatest;
     least = least > value ? value : least;
@@ -39,6 +27,48 @@ void widenBy(const PartBounds& part, CloudBounds& bounds) {
     widen(part.minY, bounds.minY, bounds.maxY);
     widen(part.maxZ, bounds.minZ, bounds.maxZ);
     widen(part.minZ, bounds.minZ, bounds.maxZ);
+}
+
+// Bounds exactly as one pass over a turned copy finds them, the earlier of two equal
+// extremes kept. Only needed when an extreme is zero: 0.0 and -0.0 are the one pair of
+// equal values that differ, and the vector path does not keep track of which came first.
+CloudBounds boundsOneByOne(std::span<const PointRecord> source, const Turn& turn) {
+    CloudBounds bounds;
+    bounds.count = static_cast<std::int32_t>(source.size());
+    bounds.minX = bounds.maxX = turnedX(turn, source[0].x, source[0].y);
+    bounds.minY = bounds.maxY = turnedY(turn, source[0].x, source[0].y);
+    bounds.minZ = bounds.maxZ = source[0].z;
+    for (const PointRecord& point : source.subspan(1)) {
+        const double x = turnedX(turn, point.x, point.y);
+        const double y = turnedY(turn, point.x, point.y);
+        if (x > bounds.maxX) bounds.maxX = x;
+        else if (bounds.minX > x) bounds.minX = x;
+        if (y > bounds.maxY) bounds.maxY = y;
+        else if (bounds.minY > y) bounds.minY = y;
+        if (point.z > bounds.maxZ) bounds.maxZ = point.z;
+        else if (bounds.minZ > point.z) bounds.minZ = point.z;
+    }
+    return bounds;
+}
+
+bool hasZeroExtreme(const CloudBounds& bounds) {
+    return bounds.minX == 0.0 || bounds.maxX == 0.0 || bounds.minY == 0.0 ||
+           bounds.maxY == 0.0 || bounds.minZ == 0.0 || bounds.maxZ == 0.0;
+}
+
+// A block of turned points on the stack of the thread that works on it.
+struct TurnedBlock {
+    double x[turnBlockSize];
+    double y[turnBlockSize];
+    double z[turnBlockSize];
+};
+
+// Calls `use(begin, length)` for each block of at most turnBlockSize points in [begin, end).
+template <typename Use>
+void forEachBlock(std::size_t begin, std::size_t end, Use use) {
+    for (std::size_t first = begin; first < end; first += turnBlockSize) {
+        use(first, std::min(turnBlockSize, end - first));
+    }
 }
 
 std::size_t threadCountOf(const Run& run) {
@@ -77,12 +107,14 @@ void keysOfTurned(Run& run, std::span<const PointRecord> source, const Turn& tur
     scratch.countedParts = 0;
     const std::size_t partCount = threadCountOf(run);
     runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-        const std::size_t end = partBegin(count, part + 1, partCount);
-        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
-            const PointRecord& point = source[i];
-            scratch.keys[i] = cubeOf(grid, turnedX(turn, point.x, point.y),
-                                     turnedY(turn, point.x, point.y), point.z);
-        }
+        TurnedBlock block;
+        forEachBlock(partBegin(count, part, partCount), partBegin(count, part + 1, partCount),
+                     [&](std::size_t first, std::size_t length) {
+            turnRecords(source.subspan(first, length), turn, block.x, block.y, block.z);
+            cubesOf(std::span<const double>(block.x, length), std::span<const double>(block.y, length),
+                    std::span<const double>(block.z, length), grid,
+                    std::span<std::uint32_t>(scratch.keys).subspan(first, length));
+        });
     });
     keepKeyOrigin(scratch, source, turn, grid);
 }
@@ -114,23 +146,20 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
     if (countedParts > 0) clearCounts(scratch, countedParts, bucketCount);
     std::vector<PartBounds> parts(partCount);
     runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-        PartBounds extent;  // kept apart from the shared vector, so that it stays in registers
+        PartBounds extent;
         std::uint32_t* row = countedParts > 0 ? scratch.counts.data() + part * bucketCount : nullptr;
-        std::uint32_t* keys = scratch.keys.data();
-        const CubeGrid grid = guess;
-        const std::size_t end = partBegin(count, part + 1, partCount);
-        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
-            const PointRecord& point = source[i];
-            const double x = turnedX(turn, point.x, point.y);
-            const double y = turnedY(turn, point.x, point.y);
-            widen(x, extent.minX, extent.maxX);
-            widen(y, extent.minY, extent.maxY);
-            widen(point.z, extent.minZ, extent.maxZ);
-            if (!keepsKeys) continue;
-            const std::uint32_t key = cubeOf(grid, x, y, point.z);
-            keys[i] = key;
-            if (row != nullptr) ++row[key];
-        }
+        TurnedBlock block;
+        forEachBlock(partBegin(count, part, partCount), partBegin(count, part + 1, partCount),
+                     [&](std::size_t first, std::size_t length) {
+            turnRecords(source.subspan(first, length), turn, block.x, block.y, block.z);
+            const std::span<const double> x(block.x, length), y(block.y, length), z(block.z, length);
+            widenBounds(x, y, z, extent);
+            if (!keepsKeys) return;
+            const std::span<std::uint32_t> keys = std::span<std::uint32_t>(scratch.keys).subspan(first, length);
+            cubesOf(x, y, z, guess, keys);
+            if (row == nullptr) return;
+            for (const std::uint32_t key : keys) ++row[key];
+        });
         parts[part] = extent;
     });
     bounds.count = static_cast<std::int32_t>(count);  // the readers stop below 2^31
@@ -138,6 +167,7 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
     bounds.minY = bounds.maxY = turnedY(turn, source[0].x, source[0].y);
     bounds.minZ = bounds.maxZ = source[0].z;
     for (const PartBounds& part : parts) widenBy(part, bounds);
+    if (hasZeroExtreme(bounds)) bounds = boundsOneByOne(source, turn);
     if (keepsKeys) {
         keepKeyOrigin(scratch, source, turn, guess);
         scratch.countedParts = countedParts;
@@ -170,14 +200,22 @@ void placeTurned(Run& run, std::span<const PointRecord> source, const Turn& turn
         preparePlaces(run, scratch, static_cast<std::size_t>(grid.cubeCount) + 1);
     const std::size_t placeParts = places.isRanked ? partCount : places.partCount;
     runParts(run.state.workers.get(), placeParts, [&](std::size_t part) {
-        const std::size_t end = partBegin(count, part + 1, placeParts);
-        for (std::size_t i = partBegin(count, part, placeParts); i < end; ++i) {
-            const std::uint32_t place = takePlace(scratch, places, part, i);
-            cloud.x[place] = turnedX(turn, source[i].x, source[i].y);
-            cloud.y[place] = turnedY(turn, source[i].x, source[i].y);
-            cloud.z[place] = source[i].z;
-            cloud.cube[place] = scratch.keys[i];
-        }
+        TurnedBlock block;
+        double* x = cloud.x.data();
+        double* y = cloud.y.data();
+        double* z = cloud.z.data();
+        std::uint32_t* cube = cloud.cube.data();
+        forEachBlock(partBegin(count, part, placeParts), partBegin(count, part + 1, placeParts),
+                     [&](std::size_t first, std::size_t length) {
+            turnRecords(source.subspan(first, length), turn, block.x, block.y, block.z);
+            for (std::size_t j = 0; j < length; ++j) {
+                const std::uint32_t place = takePlace(scratch, places, part, first + j);
+                x[place] = block.x[j];
+                y[place] = block.y[j];
+                z[place] = block.z[j];
+                cube[place] = scratch.keys[first + j];
+            }
+        });
     });
     cloud.inGridCount = countInGrid(scratch.keys, grid);
 }
@@ -196,10 +234,12 @@ void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderSc
     scratch.countedParts = 0;
     const std::size_t partCount = threadCountOf(run);
     runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-        const std::size_t end = partBegin(count, part + 1, partCount);
-        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
-            scratch.keys[i] = cubeOf(grid, cloud.x[i], cloud.y[i], cloud.z[i]);
-        }
+        const std::size_t first = partBegin(count, part, partCount);
+        const std::size_t length = partBegin(count, part + 1, partCount) - first;
+        cubesOf(std::span<const double>(cloud.x).subspan(first, length),
+                std::span<const double>(cloud.y).subspan(first, length),
+                std::span<const double>(cloud.z).subspan(first, length), grid,
+                std::span<std::uint32_t>(scratch.keys).subspan(first, length));
     });
     const CubePlaces places =
         preparePlaces(run, scratch, static_cast<std::size_t>(grid.cubeCount) + 1);

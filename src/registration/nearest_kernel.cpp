@@ -2,6 +2,8 @@
 
 #include <immintrin.h>
 
+#include <limits>
+
 // The vector loops test a whole block of points against the third place and fall back to
 // the scalar insertion only for the lanes that pass, in lane order, each tested again
 // against the list as the earlier lanes left it. The third place only falls, so a lane
@@ -70,32 +72,99 @@ __attribute__((target("avx2"))) NearestList nearestAvx2(const ReferenceRun& run,
     return nearest;
 }
 
+// The third smallest squared distance of the run, lane by lane a sorted triple kept with
+// min and max: no branch and no insertion. Distances that could never enter (999 or more,
+// NaN) count as infinite. Ties and order do not matter for the value.
+__attribute__((target("avx512f"))) double thirdSmallestAvx512(const ReferenceRun& run, double sx,
+                                                              double sy, double sz,
+                                                              std::size_t& blockEnd) {
+    const __m512d vx = _mm512_set1_pd(sx);
+    const __m512d vy = _mm512_set1_pd(sy);
+    const __m512d vz = _mm512_set1_pd(sz);
+    const __mmask8 all = 0xFF;
+    const __m512d infinite = _mm512_set1_pd(std::numeric_limits<double>::infinity());
+    const __m512d never = _mm512_set1_pd(emptySquaredDistance);
+    __m512d least = infinite;
+    __m512d second = infinite;
+    __m512d third = infinite;
+    std::size_t i = 0;
+    for (; i + 8 <= run.count; i += 8) {
+        const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(run.x + i), vx);
+        const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(run.y + i), vy);
+        const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + i), vz);
+        __m512d q = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
+                                  _mm512_mul_pd(dz, dz));
+        q = _mm512_mask_blend_pd(_mm512_cmp_pd_mask(q, never, _CMP_LT_OQ), infinite, q);
+        const __m512d aboveLeast = _mm512_mask_max_pd(q, all, least, q);
+        least = _mm512_mask_min_pd(q, all, least, q);
+        const __m512d aboveSecond = _mm512_mask_max_pd(aboveLeast, all, second, aboveLeast);
+        second = _mm512_mask_min_pd(aboveLeast, all, second, aboveLeast);
+        third = _mm512_mask_min_pd(aboveSecond, all, third, aboveSecond);
+    }
+    blockEnd = i;
+    alignas(64) double lanes[24];
+    _mm512_store_pd(lanes, least);
+    _mm512_store_pd(lanes + 8, second);
+    _mm512_store_pd(lanes + 16, third);
+    double values[3] = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
+                        std::numeric_limits<double>::infinity()};
+    const auto keep = [&](double q) {
+        if (!(q < values[2])) return;
+        if (q < values[0]) {
+            values[2] = values[1];
+            values[1] = values[0];
+            values[0] = q;
+        } else if (q < values[1]) {
+            values[2] = values[1];
+            values[1] = q;
+        } else {
+            values[2] = q;
+        }
+    };
+    for (const double q : lanes) keep(q);
+    for (std::size_t j = i; j < run.count; ++j) {
+        const double q = squaredDistance(run, j, sx, sy, sz);
+        if (q < emptySquaredDistance) keep(q);
+    }
+    return values[2];
+}
+
+// Only points at or below the run's third smallest distance can be in the final list, and
+// putting only them through the insertion rule, in run order, gives the very list that
+// all points would give: a point beyond it can only ever stand behind those at or below
+// it, so it moves none of them and, once three of them are in, enters no more. The first
+// pass finds that distance without a branch; the second meets the few points that pass.
 __attribute__((target("avx512f"))) NearestList nearestAvx512(const ReferenceRun& run, double sx,
                                                               double sy, double sz) {
     NearestList nearest;
     const __m512d vx = _mm512_set1_pd(sx);
     const __m512d vy = _mm512_set1_pd(sy);
     const __m512d vz = _mm512_set1_pd(sz);
-    std::size_t i = 0;
-    for (; i + 8 <= run.count; i += 8) {
+    std::size_t blockEnd = 0;
+    const double limit = thirdSmallestAvx512(run, sx, sy, sz, blockEnd);
+    const __m512d vlimit = _mm512_set1_pd(limit);
+    const __m512d never = _mm512_set1_pd(emptySquaredDistance);
+    for (std::size_t i = 0; i < blockEnd; i += 8) {
         const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(run.x + i), vx);
         const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(run.y + i), vy);
         const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + i), vz);
         const __m512d q = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
                                         _mm512_mul_pd(dz, dz));
-        const __m512d third = _mm512_set1_pd(nearest.squaredDistance[2]);
-        const unsigned passing = _mm512_cmp_pd_mask(q, third, _CMP_LT_OQ);
+        unsigned passing = _mm512_cmp_pd_mask(q, vlimit, _CMP_LE_OQ) &
+                           _mm512_cmp_pd_mask(q, never, _CMP_LT_OQ);
         if (passing == 0) continue;
         alignas(64) double lanes[8];
         _mm512_store_pd(lanes, q);
-        for (int lane = 0; lane < 8; ++lane) {
-            if ((passing >> lane) & 1U) {
-                insertNearest(nearest, lanes[lane],
-                              run.first + static_cast<std::int32_t>(i) + lane);
-            }
+        while (passing != 0) {
+            const int lane = __builtin_ctz(passing);
+            insertNearest(nearest, lanes[lane], run.first + static_cast<std::int32_t>(i) + lane);
+            passing &= passing - 1;
         }
     }
-    scalarTail(run, i, sx, sy, sz, nearest);
+    for (std::size_t j = blockEnd; j < run.count; ++j) {
+        const double q = squaredDistance(run, j, sx, sy, sz);
+        if (q <= limit) insertNearest(nearest, q, run.first + static_cast<std::int32_t>(j));
+    }
     return nearest;
 }
 

@@ -11,6 +11,9 @@
 namespace sorvek {
 namespace {
 
+// Distances of a run kept between the two passes: 32 kB on the stack of the thread.
+constexpr std::size_t keptDistances = 4096;
+
 inline void insertNearest(NearestList& nearest, double q, std::int32_t position) {
     auto& d = nearest.squaredDistance;
     auto& at = nearest.position;
@@ -77,7 +80,8 @@ __attribute__((target("avx2"))) NearestList nearestAvx2(const ReferenceRun& run,
 // NaN) count as infinite. Ties and order do not matter for the value.
 __attribute__((target("avx512f"))) double thirdSmallestAvx512(const ReferenceRun& run, double sx,
                                                               double sy, double sz,
-                                                              std::size_t& blockEnd) {
+                                                              std::size_t& blockEnd,
+                                                              double* kept) {
     const __m512d vx = _mm512_set1_pd(sx);
     const __m512d vy = _mm512_set1_pd(sy);
     const __m512d vz = _mm512_set1_pd(sz);
@@ -94,6 +98,7 @@ __attribute__((target("avx512f"))) double thirdSmallestAvx512(const ReferenceRun
         const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + i), vz);
         __m512d q = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
                                   _mm512_mul_pd(dz, dz));
+        if (kept != nullptr) _mm512_storeu_pd(kept + i, q);
         q = _mm512_mask_blend_pd(_mm512_cmp_pd_mask(q, never, _CMP_LT_OQ), infinite, q);
         const __m512d aboveLeast = _mm512_mask_max_pd(q, all, least, q);
         least = _mm512_mask_min_pd(q, all, least, q);
@@ -141,15 +146,23 @@ __attribute__((target("avx512f"))) NearestList nearestAvx512(const ReferenceRun&
     const __m512d vy = _mm512_set1_pd(sy);
     const __m512d vz = _mm512_set1_pd(sz);
     std::size_t blockEnd = 0;
-    const double limit = thirdSmallestAvx512(run, sx, sy, sz, blockEnd);
+    // A short run's distances are kept from the first pass, a long one's are taken again.
+    alignas(64) double kept[keptDistances];
+    const bool isKept = run.count <= keptDistances;
+    const double limit = thirdSmallestAvx512(run, sx, sy, sz, blockEnd, isKept ? kept : nullptr);
     const __m512d vlimit = _mm512_set1_pd(limit);
     const __m512d never = _mm512_set1_pd(emptySquaredDistance);
     for (std::size_t i = 0; i < blockEnd; i += 8) {
-        const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(run.x + i), vx);
-        const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(run.y + i), vy);
-        const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + i), vz);
-        const __m512d q = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
-                                        _mm512_mul_pd(dz, dz));
+        __m512d q;
+        if (isKept) {
+            q = _mm512_load_pd(kept + i);
+        } else {
+            const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(run.x + i), vx);
+            const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(run.y + i), vy);
+            const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + i), vz);
+            q = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
+                              _mm512_mul_pd(dz, dz));
+        }
         unsigned passing = _mm512_cmp_pd_mask(q, vlimit, _CMP_LE_OQ) &
                            _mm512_cmp_pd_mask(q, never, _CMP_LT_OQ);
         if (passing == 0) continue;

@@ -75,6 +75,18 @@ __attribute__((target("avx2"))) NearestList nearestAvx2(const ReferenceRun& run,
     return nearest;
 }
 
+// The squared distances of the eight points from `first`, each as squaredDistance forms it.
+__attribute__((target("avx512f"))) inline __m512d blockDistancesAvx512(const ReferenceRun& run,
+                                                                       std::size_t first,
+                                                                       __m512d vx, __m512d vy,
+                                                                       __m512d vz) {
+    const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(run.x + first), vx);
+    const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(run.y + first), vy);
+    const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + first), vz);
+    return _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
+                         _mm512_mul_pd(dz, dz));
+}
+
 // The third smallest squared distance of the run, lane by lane a sorted triple kept with
 // min and max: no branch and no insertion. Distances that could never enter (999 or more,
 // NaN) count as infinite. Ties and order do not matter for the value.
@@ -93,11 +105,7 @@ __attribute__((target("avx512f"))) double thirdSmallestAvx512(const ReferenceRun
     __m512d third = infinite;
     std::size_t i = 0;
     for (; i + 8 <= run.count; i += 8) {
-        const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(run.x + i), vx);
-        const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(run.y + i), vy);
-        const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + i), vz);
-        __m512d q = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
-                                  _mm512_mul_pd(dz, dz));
+        __m512d q = blockDistancesAvx512(run, i, vx, vy, vz);
         if (kept != nullptr) _mm512_storeu_pd(kept + i, q);
         q = _mm512_mask_blend_pd(_mm512_cmp_pd_mask(q, never, _CMP_LT_OQ), infinite, q);
         const __m512d aboveLeast = _mm512_mask_max_pd(q, all, least, q);
@@ -157,11 +165,7 @@ __attribute__((target("avx512f"))) NearestList nearestAvx512(const ReferenceRun&
         if (isKept) {
             q = _mm512_load_pd(kept + i);
         } else {
-            const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(run.x + i), vx);
-            const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(run.y + i), vy);
-            const __m512d dz = _mm512_sub_pd(_mm512_loadu_pd(run.z + i), vz);
-            q = _mm512_add_pd(_mm512_add_pd(_mm512_mul_pd(dy, dy), _mm512_mul_pd(dx, dx)),
-                              _mm512_mul_pd(dz, dz));
+            q = blockDistancesAvx512(run, i, vx, vy, vz);
         }
         unsigned passing = _mm512_cmp_pd_mask(q, vlimit, _CMP_LE_OQ) &
                            _mm512_cmp_pd_mask(q, never, _CMP_LT_OQ);

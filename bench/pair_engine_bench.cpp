@@ -154,6 +154,23 @@ void benchSort(benchmark::State& state, BenchPair& pair, bool alsoAssign) {
     countPoints(state, cloud.size());
 }
 
+// A solver's pass over the second cloud: the turn, its bounds and cubes under the last
+// grid, then the turned points placed in cube order.
+void benchTurnAndPlace(benchmark::State& state, BenchPair& pair, bool alsoPlace) {
+    const Turn turn = turnAbout(0.001, pair.pivotX, pair.pivotY);
+    const CubeGrid grid = layCubeGrid(pair.run.options, pair.overlap, pair.run.options.ZMIN);
+    CubeOrderScratch scratch;
+    WorkCloud cloud;
+    turnedBounds(pair.run, pair.second, turn, grid, scratch);
+    placeTurned(pair.run, pair.second, turn, grid, scratch, cloud);  // warm, as in a solver
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(turnedBounds(pair.run, pair.second, turn, grid, scratch));
+        if (alsoPlace) placeTurned(pair.run, pair.second, turn, grid, scratch, cloud);
+        benchmark::DoNotOptimize(cloud.x.data());
+    }
+    countPoints(state, pair.second.size());
+}
+
 void benchMeasure(benchmark::State& state, BenchPair& pair) {
     std::int32_t accepted = 0;
     for (auto _ : state) {
@@ -192,6 +209,8 @@ void registerStages(BenchPair& pair) {
     add("assign", benchAssign);
     add("sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, false); });
     add("assign+sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, true); });
+    add("turnedBounds", [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, false); });
+    add("turnedBounds+place", [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, true); });
     add("measure", benchMeasure);
     add("estimate", benchEstimate);
 }

@@ -63,7 +63,7 @@ for size in $sizes; do
       fi
     done
   done
-  echo "$size points: $(grep -a -o 'RMSfinal:[^\n]*' "$work/old-$size.stdout" | head -1)"
+  echo "$size points: $(tr '\r' '\n' < "$work/old-$size.stdout" | grep -a 'RMSfinal' | head -1)"
 done
 [ $status -eq 0 ] && echo "all identical"
 

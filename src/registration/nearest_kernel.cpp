@@ -219,4 +219,22 @@ NearestList nearestInRun(const ReferenceRun& run, double sx, double sy, double s
 
 const char* nearestKernelName() { return kernelChoice().name; }
 
+std::vector<std::string> availableNearestKernels() {
+    __builtin_cpu_init();
+    std::vector<std::string> names;
+    if (__builtin_cpu_supports("avx512f")) names.emplace_back("avx512");
+    if (__builtin_cpu_supports("avx2")) names.emplace_back("avx2");
+    names.emplace_back("scalar");
+    return names;
+}
+
+NearestList nearestInRunWith(const std::string& kernelName, const ReferenceRun& run, double sx,
+                             double sy, double sz) {
+    if (kernelName == "avx512" && __builtin_cpu_supports("avx512f")) {
+        return nearestAvx512(run, sx, sy, sz);
+    }
+    if (kernelName == "avx2" && __builtin_cpu_supports("avx2")) return nearestAvx2(run, sx, sy, sz);
+    return nearestInRunScalar(run, sx, sy, sz);
+}
+
 }  // namespace sorvek

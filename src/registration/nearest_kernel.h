@@ -8,6 +8,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace sorvek {
 
@@ -42,5 +44,11 @@ const char* nearestKernelName();
 
 // The scalar loop alone, for comparison.
 NearestList nearestInRunScalar(const ReferenceRun& run, double sx, double sy, double sz);
+
+// Every implementation this processor can run ("avx512", "avx2", "scalar"), and one of
+// them by name (the scalar loop for a name it does not have), for comparison.
+std::vector<std::string> availableNearestKernels();
+NearestList nearestInRunWith(const std::string& kernelName, const ReferenceRun& run, double sx,
+                             double sy, double sz);
 
 }  // namespace sorvek

@@ -17,16 +17,17 @@
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/pair_measure.h"
+#include "output/overlap_image.h"
+#include "output/png_image.h"
+#include "output/report_measure.h"
 #include "registration/rotation_estimator.h"
+#include "run/quiet_console.h"
 #include "bench_support.h"
 #include "synth/synth.h"
 
 namespace {
 
 using namespace sorvek;
-using bench::restore;
-using bench::silence;
-using bench::SilencedOutput;
 
 // One pair in every state the stages start from, built once before timing.
 struct BenchPair {
@@ -94,13 +95,14 @@ void countPoints(benchmark::State& state, std::size_t pointsPerCall) {
 
 void benchRead(benchmark::State& state, BenchPair& pair) {
     Cloud cloud;
-    const SilencedOutput saved = silence();
-    readBinaryPoints(pair.bxyzPath.string(), cloud);  // the cloud's pages, touched once
-    for (auto _ : state) {
-        readBinaryPoints(pair.bxyzPath.string(), cloud);
-        benchmark::DoNotOptimize(cloud.data());
+    {
+        const QuietConsole quiet;
+        readBinaryPoints(pair.bxyzPath.string(), cloud);  // the cloud's pages, touched once
+        for (auto _ : state) {
+            readBinaryPoints(pair.bxyzPath.string(), cloud);
+            benchmark::DoNotOptimize(cloud.data());
+        }
     }
-    restore(saved);
     countPoints(state, cloud.size());
 }
 
@@ -195,6 +197,20 @@ void benchEstimate(benchmark::State& state, BenchPair& pair) {
     state.counters["accepted"] = accepted;
 }
 
+// One overlap picture of the report: both clouds drawn over the pair's common box and
+// packed as a PNG.
+void benchPicture(benchmark::State& state, BenchPair& pair) {
+    const PlanWindow window = planWindowOver(pair.overlap, overlapPictureSide);
+    std::size_t pngBytes = 0;
+    for (auto _ : state) {
+        const std::string png = encodePng(drawOverlap(pair.first, pair.second, window));
+        pngBytes = png.size();
+        benchmark::DoNotOptimize(png.data());
+    }
+    countPoints(state, pair.first.size() + pair.second.size());
+    state.counters["pngBytes"] = static_cast<double>(pngBytes);
+}
+
 void registerStages(BenchPair& pair) {
     const std::string size = "/" + std::to_string(pair.pointsPerCloud);
     const auto add = [&](const std::string& stage, auto function) {
@@ -213,6 +229,7 @@ void registerStages(BenchPair& pair) {
     add("turnedBounds+place", [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, true); });
     add("measure", benchMeasure);
     add("estimate", benchEstimate);
+    add("picture", benchPicture);
 }
 
 }  // namespace

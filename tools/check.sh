@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-./tools/install-deps.sh
+./tools/install-deps.sh --for-tests
 cmake --workflow --preset test
 cmake --workflow --preset test-asan
 cmake --workflow --preset test-tsan

@@ -22,17 +22,6 @@ struct SitePass {
     SolverOutputs outputs;      // the solver's out values, kept across pairs
 };
 
-// Plan distance between two scans, dy first as the neighbour search forms it.
-double planDistance(const ScanRecord& first, const ScanRecord& second) {
-    const double dy = second.gpsY - first.gpsY;
-    const double dx = second.gpsX - first.gpsX;
-    return std::sqrt((dy * dy) + (dx * dx));
-}
-
-bool isWithinSpan(const RunOptions& options, double distance) {
-    return distance >= options.GPSMINDIST && options.GPSMAXDIST >= distance;
-}
-
 void doPair(Run& run, SitePass& pass, std::int32_t secondIndex, double distance) {
     run.pair.secondPath = run.state.scans[static_cast<std::size_t>(secondIndex)].fileName;
     run.pair.secondIndex = secondIndex;
@@ -74,6 +63,16 @@ void printTotalTime(bool isEvaluation, std::int32_t seconds) {
 }
 
 }  // namespace
+
+double planDistance(const ScanRecord& first, const ScanRecord& second) {
+    const double dy = second.gpsY - first.gpsY;
+    const double dx = second.gpsX - first.gpsX;
+    return std::sqrt((dy * dy) + (dx * dx));
+}
+
+bool isWithinSpan(const RunOptions& options, double distance) {
+    return distance >= options.GPSMINDIST && options.GPSMAXDIST >= distance;
+}
 
 void runSiteBatch(Run& run, const std::string& path) {
     const std::time_t passStart = wallClockNow();

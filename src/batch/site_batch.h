@@ -11,4 +11,10 @@ namespace sorvek {
 // GPSMINDIST..GPSMAXDIST, one result row per pair.
 void runSiteBatch(Run& run, const std::string& path);
 
+// Plan distance between two scans, dy first as the neighbour search forms it.
+double planDistance(const ScanRecord& first, const ScanRecord& second);
+
+// True when a pair at `distance` is taken: GPSMINDIST and GPSMAXDIST both inclusive.
+bool isWithinSpan(const RunOptions& options, double distance);
+
 }  // namespace sorvek

@@ -159,7 +159,7 @@ void walkCubes(Run& run, const CubeRuns& subject, const CubeRuns& reference, dou
 
 void stopForTooManyPoints() {
     std::printf("too many points!! Decrease cube search size!!! \n");
-    endRun(0);
+    endRun(exitStageStopped);
 }
 
 }  // namespace sorvek

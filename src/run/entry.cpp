@@ -3,7 +3,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "batch/wall_clock.h"
 #include "config/option_reader.h"
+#include "output/run_report.h"
 #include "run/console.h"
 #include "run/output_file.h"
 #include "run/records.h"
@@ -25,7 +27,7 @@ std::string promptForDatabase() {
     char word[256] = {};
     if (std::scanf("%255s", word) != 1 || std::strlen(word) < 5) {
         std::printf("INVALID FILE. Please restart program!\n");
-        endRun(1);
+        endRun(exitFailed);
     }
     return word;
 }
@@ -41,17 +43,24 @@ void openLog(RunState& state) {
     if (!state.logFile) {
         std::printf("Unable to create %s \n", state.logPath.c_str());
         std::printf("Please verify that the path exists. \n");
-        endRun(1);
+        endRun(exitFailed);
     }
 }
 
 void takeDataSets(Run& run, int argumentCount, char** arguments) {
     if (argumentCount < 3) {
         std::printf("Mode 5 needs two data sets on the command line \n");
-        endRun(1);
+        endRun(exitFailed);
     }
     run.pair.firstPath = arguments[1];
     run.pair.secondPath = arguments[2];
+}
+
+// With --yes no key is read. A menu that --mode leaves open still takes its answer from
+// the input as it came, through a stream of its own.
+void stopReadingKeysFor(RunState& state) {
+    FileHandle keyboard = stopReadingKeys();
+    if (!state.commandLine.mode) state.menuInput = std::move(keyboard);
 }
 
 }  // namespace
@@ -63,7 +72,10 @@ std::string optionPathFor(const std::string& programPath) {
 }
 
 int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine) {
+    const std::time_t startTime = wallClockNow();
     Run run;
+    run.state.commandLine = commandLine;
+    if (commandLine.answersYes) stopReadingKeysFor(run.state);
     const std::size_t threadCount = commandLine.threadCount > 0
                                         ? static_cast<std::size_t>(commandLine.threadCount)
                                         : hardwareThreadCount();
@@ -78,10 +90,11 @@ int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine
     openLog(run.state);
     runStages(run, mode);
     requireLogWritten(closeFile(run.state.logFile), run.state);
+    if (!commandLine.reportPath.empty()) writeRunReport(run, startTime);
     std::printf("100 percent complete \n");
     std::printf("Press ENTER to close the program  \n");
     waitForKey();
-    return 0;
+    return exitDone;
 }
 
 }  // namespace sorvek

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "config/run_options.h"
+#include "run/command_line.h"
 
 namespace sorvek {
 
@@ -132,6 +133,9 @@ struct RunState {
     std::string logPath;              // log file
     std::shared_ptr<WorkerPool> workers;  // threads of the pair engine; none: the calling
                                           // thread alone. Made by the entry
+    CommandLine commandLine;          // what the flags before the arguments said; entry
+    FileHandle menuInput;             // the menu's answer while --yes keeps keys away; else
+                                      // empty, and the menu reads standard input; entry
 };
 
 // The single run context: every stage receives it by reference.

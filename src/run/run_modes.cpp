@@ -41,6 +41,10 @@ std::span<const StageStep> stageTable() { return stages; }
 
 bool modeNeedsScanTable(RunMode mode) { return mode != 5; }
 
+bool modeWritesReport(RunMode mode) {
+    return mode == 1 || mode == 3 || mode == 4 || mode == 6 || mode == 7;
+}
+
 void runStages(Run& run, RunMode mode) {
     const bool isTableMode = mode >= 0 && mode < 32;
     for (const StageStep& step : stages) {

@@ -25,6 +25,9 @@ std::span<const StageStep> stageTable();
 // Every mode but 5 works on the survey database's scan table.
 bool modeNeedsScanTable(RunMode mode);
 
+// The modes that register or evaluate pairs, after whose stages a report can show them.
+bool modeWritesReport(RunMode mode);
+
 // Runs the steps of `mode`, setting rmsPhase for each. A mode without steps does nothing.
 void runStages(Run& run, RunMode mode);
 

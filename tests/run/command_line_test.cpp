@@ -1,9 +1,11 @@
-// The flags before the arguments, and a bad one refused before the summary.
+// The flags before the arguments: what each one sets, and every way a command line is
+// refused before the summary.
 
 #include "run/command_line.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,62 @@ TEST(CommandLine, RefusesAThreadCountOutsideOneTo1024) {
     }
     EXPECT_EQ(parse({"sorvek", "--threads"}).problem,
               "sorvek: --threads needs a number of threads from 1 to 1024\n");
+}
+
+TEST(CommandLine, FlagsSetTheirFieldsAndLeaveTheArguments) {
+    const CommandLine none = parse({"sorvek", "a.bxyz", "-", "-b.txt"});  // dashes alone are arguments
+    EXPECT_TRUE(none.isValid);
+    EXPECT_FALSE(none.mode);
+    EXPECT_FALSE(none.answersYes);
+    EXPECT_TRUE(none.reportPath.empty());
+    EXPECT_EQ(none.firstArgument, 1);
+    const std::filesystem::path dir = testing::makeScratchDir("flags");
+    const std::string report = (dir / "line7.HTML").string();
+    const CommandLine all = parse({"sorvek", "--mode", "4", "--yes", "--report", report, "line7.txt"});
+    ASSERT_TRUE(all.isValid) << all.problem;
+    EXPECT_EQ(all.mode, 4);
+    EXPECT_TRUE(all.answersYes);
+    EXPECT_EQ(all.reportPath, report);
+    EXPECT_EQ(all.firstArgument, 6);
+    // A value may follow '=', the last of two equal flags wins, and "--" lets a database
+    // whose name begins with dashes through.
+    const CommandLine joined = parse({"sorvek", "--mode=7", "--mode=1", "--report=r.htm", "--", "--odd.txt"});
+    ASSERT_TRUE(joined.isValid) << joined.problem;
+    EXPECT_EQ(joined.mode, 1);
+    EXPECT_EQ(joined.reportPath, "r.htm");
+    EXPECT_EQ(joined.firstArgument, 5);
+    EXPECT_TRUE(parse({"sorvek", "--help", "line7.txt"}).asksForHelp);
+    EXPECT_TRUE(parse({"sorvek", "--version"}).asksForVersion);
+    std::filesystem::remove_all(dir);
+}
+
+TEST(CommandLine, RefusesWhatItCannotUse) {
+    const std::filesystem::path dir = testing::makeScratchDir("flags-refused");
+    std::filesystem::create_directory(dir / "folder.html");
+    const std::string folder = (dir / "folder.html").string();
+    const std::string missing = (dir / "missing" / "r.html").string();
+    struct Case { std::vector<std::string> words; std::string problem; };
+    const Case cases[] = {
+        {{"sorvek", "--frob", "line7.txt"}, "unknown flag --frob; " + usageLine()},
+        {{"sorvek", "--Mode", "4"}, "unknown flag --Mode; " + usageLine()},
+        {{"sorvek", "--mode", "12"}, "--mode needs a mode from 0 to 9, not \"12\""},
+        {{"sorvek", "--mode=", "4"}, "--mode needs a mode from 0 to 9, not \"\""},
+        {{"sorvek", "--mode"}, "--mode needs a mode from 0 to 9"},
+        {{"sorvek", "--yes=1"}, "--yes takes no value"},
+        {{"sorvek", "--report", "line7.txt"}, "--report needs a file name ending in .html, not \"line7.txt\""},
+        {{"sorvek", "--report", ".html"}, "--report needs a file name ending in .html, not \".html\""},
+        {{"sorvek", "--report", folder}, "--report names a folder, not a file: \"" + folder + "\""},
+        {{"sorvek", "--report", missing}, "--report: the folder \"" + (dir / "missing").string() + "\" does not exist"},
+        {{"sorvek", "--mode", "8", "--report", "r.html"},
+         "--report: mode 8 writes no report; reports follow modes 1, 3, 4, 6 and 7"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.problem);
+        const CommandLine line = parse(c.words);
+        EXPECT_FALSE(line.isValid);
+        EXPECT_EQ(line.problem, "sorvek: " + c.problem + "\n");
+    }
+    std::filesystem::remove_all(dir);
 }
 
 // The refusal comes before the summary, as a bad command line: exit code 2.

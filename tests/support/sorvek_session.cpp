@@ -44,11 +44,12 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
 
 namespace {
 
-// Puts the program and its option file into workDir/bin and the input beside them, and
-// returns the shell command of the run, which ends in the program itself.
+// Puts the program and its option file into workDir/bin, and returns the shell command
+// of the run, which ends in the program itself (behind `launcher`, such as a time limit)
+// with standard input from the redirection `input`.
 std::string prepareRun(const std::filesystem::path& workDir, const std::vector<std::string>& args,
-                       const std::string& stdinText, const std::optional<std::string>& optionText,
-                       const std::string& shellPrefix) {
+                       const std::string& input, const std::optional<std::string>& optionText,
+                       const std::string& shellPrefix, const std::string& launcher = "") {
     namespace fs = std::filesystem;
     const fs::path binDir = workDir / "bin";
     fs::create_directories(binDir);
@@ -56,12 +57,11 @@ std::string prepareRun(const std::filesystem::path& workDir, const std::vector<s
     fs::create_symlink(SORVEK_BINARY, binDir / "sorvek");
     fs::remove(binDir / "sorvek.txt");
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
-    writeFile(workDir / ".stdin", stdinText);
 
     std::string command =
-        "cd " + quoted(workDir.string()) + " && " + shellPrefix + "exec ./bin/sorvek";
+        "cd " + quoted(workDir.string()) + " && " + shellPrefix + "exec " + launcher + "./bin/sorvek";
     for (const std::string& arg : args) command += " " + quoted(arg);
-    return command + " < .stdin > .stdout 2> .stderr";
+    return command + " " + input + " > .stdout 2> .stderr";
 }
 
 }  // namespace
@@ -69,13 +69,15 @@ std::string prepareRun(const std::filesystem::path& workDir, const std::vector<s
 SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                         const std::string& stdinText, const std::optional<std::string>& optionText,
                         const std::string& shellPrefix) {
-    const std::string command = prepareRun(workDir, args, stdinText, optionText, shellPrefix);
+    writeFile(workDir / ".stdin", stdinText);
+    const std::string command = prepareRun(workDir, args, "< .stdin", optionText, shellPrefix);
     return finishSorvek(workDir, std::system(command.c_str()));
 }
 
 pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                   const std::string& stdinText, const std::optional<std::string>& optionText) {
-    const std::string command = prepareRun(workDir, args, stdinText, optionText, "");
+    writeFile(workDir / ".stdin", stdinText);
+    const std::string command = prepareRun(workDir, args, "< .stdin", optionText, "");
     const pid_t pid = fork();
     if (pid == 0) {
         execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
@@ -92,6 +94,16 @@ SessionResult finishSorvek(const std::filesystem::path& workDir, int status) {
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     for (const char* name : {".stdin", ".stdout", ".stderr"}) fs::remove(workDir / name);
     return result;
+}
+
+SessionResult runSorvekRedirected(const std::filesystem::path& workDir,
+                                  const std::vector<std::string>& args,
+                                  const std::string& inputRedirection,
+                                  const std::optional<std::string>& optionText,
+                                  int timeLimitSeconds) {
+    const std::string command = prepareRun(workDir, args, inputRedirection, optionText, "",
+                                           "timeout " + std::to_string(timeLimitSeconds) + " ");
+    return finishSorvek(workDir, std::system(command.c_str()));
 }
 
 }  // namespace sorvek::testing

@@ -41,4 +41,13 @@ pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::s
 
 SessionResult finishSorvek(const std::filesystem::path& workDir, int status);
 
+// As runSorvek, but standard input is whatever the shell redirection `inputRedirection`
+// makes it ("<&-" closes it, "<> fifo" gives one that never ends), and the run is ended
+// after `timeLimitSeconds`: its exit code is then 124.
+SessionResult runSorvekRedirected(const std::filesystem::path& workDir,
+                                  const std::vector<std::string>& args,
+                                  const std::string& inputRedirection,
+                                  const std::optional<std::string>& optionText,
+                                  int timeLimitSeconds);
+
 }  // namespace sorvek::testing

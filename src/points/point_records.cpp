@@ -1,0 +1,95 @@
+#include "points/point_records.h"
+
+#include <bit>
+
+// Files are read byte by byte in their own byte order, whatever the machine's, so that a
+// file reads the same everywhere; the compiler turns these into plain loads.
+namespace sorvek {
+namespace {
+
+std::uint32_t loadBig32(const std::uint8_t* bytes) {
+    return (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) |
+           (std::uint32_t{bytes[2]} << 8) | std::uint32_t{bytes[3]};
+}
+
+std::uint64_t loadBig64(const std::uint8_t* bytes) {
+    return (std::uint64_t{loadBig32(bytes)} << 32) | loadBig32(bytes + 4);
+}
+
+// One coordinate of every record, column by column: the encoding is chosen once per column,
+// not once per point.
+template <typename Decode>
+void decodeColumn(std::span<const std::uint8_t> records, std::size_t recordLength,
+                  std::size_t offset, std::span<RawPoint> out, double RawPoint::*coordinate,
+                  Decode decode) {
+    const std::uint8_t* record = records.data() + offset;
+    for (RawPoint& point : out) {
+        point.*coordinate = decode(record);
+        record += recordLength;
+    }
+}
+
+void decodeField(std::span<const std::uint8_t> records, std::size_t recordLength,
+                 const CoordinateField& field, std::span<RawPoint> out,
+                 double RawPoint::*coordinate) {
+    const std::size_t at = field.offset;
+    switch (field.encoding) {
+    case FieldEncoding::scaledInt32Little: {
+        const double scale = field.scale;
+        const double shift = field.shift;
+        decodeColumn(records, recordLength, at, out, coordinate, [=](const std::uint8_t* p) {
+            const auto integer = std::bit_cast<std::int32_t>(loadLittle32(p));
+            return (static_cast<double>(integer) * scale) + shift;
+        });
+        break;
+    }
+    case FieldEncoding::float32Little:
+        decodeColumn(records, recordLength, at, out, coordinate, [](const std::uint8_t* p) {
+            return static_cast<double>(std::bit_cast<float>(loadLittle32(p)));  // widening is exact
+        });
+        break;
+    case FieldEncoding::float32Big:
+        decodeColumn(records, recordLength, at, out, coordinate, [](const std::uint8_t* p) {
+            return static_cast<double>(std::bit_cast<float>(loadBig32(p)));
+        });
+        break;
+    case FieldEncoding::float64Little:
+        decodeColumn(records, recordLength, at, out, coordinate,
+                     [](const std::uint8_t* p) { return loadLittleDouble(p); });
+        break;
+    case FieldEncoding::float64Big:
+        decodeColumn(records, recordLength, at, out, coordinate, [](const std::uint8_t* p) {
+            return std::bit_cast<double>(loadBig64(p));
+        });
+        break;
+    }
+}
+
+}  // namespace
+
+std::uint16_t loadLittle16(const std::uint8_t* bytes) {
+    return static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
+}
+
+std::uint32_t loadLittle32(const std::uint8_t* bytes) {
+    return std::uint32_t{bytes[0]} | (std::uint32_t{bytes[1]} << 8) |
+           (std::uint32_t{bytes[2]} << 16) | (std::uint32_t{bytes[3]} << 24);
+}
+
+std::uint64_t loadLittle64(const std::uint8_t* bytes) {
+    return std::uint64_t{loadLittle32(bytes)} | (std::uint64_t{loadLittle32(bytes + 4)} << 32);
+}
+
+double loadLittleDouble(const std::uint8_t* bytes) {
+    return std::bit_cast<double>(loadLittle64(bytes));
+}
+
+void decodeRecords(std::span<const std::uint8_t> records, const RecordLayout& layout,
+                   std::span<RawPoint> out) {
+    const auto recordLength = static_cast<std::size_t>(layout.recordLength);
+    decodeField(records, recordLength, layout.fields[0], out, &RawPoint::x);
+    decodeField(records, recordLength, layout.fields[1], out, &RawPoint::y);
+    decodeField(records, recordLength, layout.fields[2], out, &RawPoint::z);
+}
+
+}  // namespace sorvek

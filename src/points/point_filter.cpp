@@ -80,10 +80,11 @@ PointFilter pointFilterFor(const Run& run, double zMin, const ScanPosition& scan
 
 void takePoints(const PointFilter& filter, std::span<const RawPoint> points, FilteredLoad& load,
                 Cloud& cloud) {
-    // A local copy keeps the sums and bounds in registers: the stores into the cloud could
-    // otherwise alias them.
+    // Local copies keep the limits, sums and bounds in registers: the stores into the cloud
+    // could otherwise alias them.
+    const PointFilter limits = filter;
     FilteredLoad local = load;
-    for (const RawPoint& point : points) takePoint(filter, point.x, point.y, point.z, local, cloud);
+    for (const RawPoint& point : points) takePoint(limits, point.x, point.y, point.z, local, cloud);
     load = local;
 }
 

@@ -1,19 +1,30 @@
 #include "points/point_records.h"
 
 #include <bit>
+#include <cstring>
 
-// Files are read byte by byte in their own byte order, whatever the machine's, so that a
-// file reads the same everywhere; the compiler turns these into plain loads.
+// Files are read in their own byte order, whatever the machine's, so that a file reads the
+// same everywhere.
 namespace sorvek {
 namespace {
 
-std::uint32_t loadBig32(const std::uint8_t* bytes) {
-    return (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) |
-           (std::uint32_t{bytes[2]} << 8) | std::uint32_t{bytes[3]};
+std::uint32_t swapBytes(std::uint32_t value) { return __builtin_bswap32(value); }
+std::uint64_t swapBytes(std::uint64_t value) { return __builtin_bswap64(value); }
+
+template <typename Unsigned>
+Unsigned littleEndianAt(const std::uint8_t* bytes) {
+    Unsigned value = 0;
+    std::memcpy(&value, bytes, sizeof value);
+    if constexpr (std::endian::native == std::endian::big) value = swapBytes(value);
+    return value;
 }
 
-std::uint64_t loadBig64(const std::uint8_t* bytes) {
-    return (std::uint64_t{loadBig32(bytes)} << 32) | loadBig32(bytes + 4);
+template <typename Unsigned>
+Unsigned bigEndianAt(const std::uint8_t* bytes) {
+    Unsigned value = 0;
+    std::memcpy(&value, bytes, sizeof value);
+    if constexpr (std::endian::native == std::endian::little) value = swapBytes(value);
+    return value;
 }
 
 // One coordinate of every record, column by column: the encoding is chosen once per column,
@@ -38,28 +49,28 @@ void decodeField(std::span<const std::uint8_t> records, std::size_t recordLength
         const double scale = field.scale;
         const double shift = field.shift;
         decodeColumn(records, recordLength, at, out, coordinate, [=](const std::uint8_t* p) {
-            const auto integer = std::bit_cast<std::int32_t>(loadLittle32(p));
+            const auto integer = std::bit_cast<std::int32_t>(littleEndianAt<std::uint32_t>(p));
             return (static_cast<double>(integer) * scale) + shift;
         });
         break;
     }
     case FieldEncoding::float32Little:
         decodeColumn(records, recordLength, at, out, coordinate, [](const std::uint8_t* p) {
-            return static_cast<double>(std::bit_cast<float>(loadLittle32(p)));  // widening is exact
+            return static_cast<double>(std::bit_cast<float>(littleEndianAt<std::uint32_t>(p)));
         });
         break;
     case FieldEncoding::float32Big:
         decodeColumn(records, recordLength, at, out, coordinate, [](const std::uint8_t* p) {
-            return static_cast<double>(std::bit_cast<float>(loadBig32(p)));
+            return static_cast<double>(std::bit_cast<float>(bigEndianAt<std::uint32_t>(p)));
         });
         break;
     case FieldEncoding::float64Little:
         decodeColumn(records, recordLength, at, out, coordinate,
-                     [](const std::uint8_t* p) { return loadLittleDouble(p); });
+                     [](const std::uint8_t* p) { return std::bit_cast<double>(littleEndianAt<std::uint64_t>(p)); });
         break;
     case FieldEncoding::float64Big:
         decodeColumn(records, recordLength, at, out, coordinate, [](const std::uint8_t* p) {
-            return std::bit_cast<double>(loadBig64(p));
+            return std::bit_cast<double>(bigEndianAt<std::uint64_t>(p));
         });
         break;
     }
@@ -71,17 +82,12 @@ std::uint16_t loadLittle16(const std::uint8_t* bytes) {
     return static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
 }
 
-std::uint32_t loadLittle32(const std::uint8_t* bytes) {
-    return std::uint32_t{bytes[0]} | (std::uint32_t{bytes[1]} << 8) |
-           (std::uint32_t{bytes[2]} << 16) | (std::uint32_t{bytes[3]} << 24);
-}
+std::uint32_t loadLittle32(const std::uint8_t* bytes) { return littleEndianAt<std::uint32_t>(bytes); }
 
-std::uint64_t loadLittle64(const std::uint8_t* bytes) {
-    return std::uint64_t{loadLittle32(bytes)} | (std::uint64_t{loadLittle32(bytes + 4)} << 32);
-}
+std::uint64_t loadLittle64(const std::uint8_t* bytes) { return littleEndianAt<std::uint64_t>(bytes); }
 
 double loadLittleDouble(const std::uint8_t* bytes) {
-    return std::bit_cast<double>(loadLittle64(bytes));
+    return std::bit_cast<double>(littleEndianAt<std::uint64_t>(bytes));
 }
 
 void decodeRecords(std::span<const std::uint8_t> records, const RecordLayout& layout,

@@ -50,17 +50,16 @@ bool openPly(const std::string& path, std::int64_t fileSize, ExchangePoints& poi
     PlyHeader header = readPlyHeader(source);
     std::optional<RecordLayout> layout;
     if (header.problem == PlyProblem::none) layout = fixedPlyVertices(header, fileSize);
-    if (header.problem == PlyProblem::none && !layout) {
-        readPlyVertices(source, header, points.heldPoints);
-        points.isHeld = true;
-        points.pointCount = static_cast<std::int32_t>(points.heldPoints.size());
-    }
+    if (header.problem == PlyProblem::none && !layout) readPlyVertices(source, header, points.heldPoints);
     if (header.problem != PlyProblem::none) {
         printPlyRefusal(path, header);
         points.heldPoints.clear();
         return false;
     }
-    return points.isHeld || startFixedRecords(points, *layout);
+    if (layout) return startFixedRecords(points, *layout);
+    points.isHeld = true;
+    points.pointCount = static_cast<std::int32_t>(points.heldPoints.size());  // the header's count
+    return true;
 }
 
 }  // namespace

@@ -11,20 +11,23 @@ namespace {
 std::uint32_t swapBytes(std::uint32_t value) { return __builtin_bswap32(value); }
 std::uint64_t swapBytes(std::uint64_t value) { return __builtin_bswap64(value); }
 
-template <typename Unsigned>
-Unsigned littleEndianAt(const std::uint8_t* bytes) {
+// An unsigned number stored in `order`, the file's byte order.
+template <typename Unsigned, std::endian order>
+Unsigned storedAt(const std::uint8_t* bytes) {
     Unsigned value = 0;
     std::memcpy(&value, bytes, sizeof value);
-    if constexpr (std::endian::native == std::endian::big) value = swapBytes(value);
+    if constexpr (std::endian::native != order) value = swapBytes(value);
     return value;
 }
 
 template <typename Unsigned>
+Unsigned littleEndianAt(const std::uint8_t* bytes) {
+    return storedAt<Unsigned, std::endian::little>(bytes);
+}
+
+template <typename Unsigned>
 Unsigned bigEndianAt(const std::uint8_t* bytes) {
-    Unsigned value = 0;
-    std::memcpy(&value, bytes, sizeof value);
-    if constexpr (std::endian::native == std::endian::little) value = swapBytes(value);
-    return value;
+    return storedAt<Unsigned, std::endian::big>(bytes);
 }
 
 // One coordinate of every record, column by column: the encoding is chosen once per column,

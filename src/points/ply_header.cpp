@@ -1,5 +1,6 @@
 #include "points/ply_header.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <optional>

@@ -48,8 +48,8 @@ void exportScans(Run& run) {
     for (const ScanRecord& scan : run.state.scans) {
         pair.firstPath = exportedFileName(scan.fileName);
         CloudBounds bounds;
-        loadPointFile(run, scanPointFile(scan.fileName), ScanPosition{scan.gpsX, scan.gpsY, scan.gpsZ},
-                      pair.firstCloud, bounds, false);
+        const ScanPosition scanner{scan.gpsX, scan.gpsY, scan.gpsZ};
+        loadPointFile(run, scanPointFile(scan.fileName), scanner, pair.firstCloud, bounds, false);
         if (!pair.firstCloud.empty()) {
             const ScanMatrix matrix = buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,
                                                       scan.gpsX, scan.gpsY, scan.gpsZ);

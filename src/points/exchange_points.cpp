@@ -50,7 +50,9 @@ bool openPly(const std::string& path, std::int64_t fileSize, ExchangePoints& poi
     PlyHeader header = readPlyHeader(source);
     std::optional<RecordLayout> layout;
     if (header.problem == PlyProblem::none) layout = fixedPlyVertices(header, fileSize);
-    if (header.problem == PlyProblem::none && !layout) readPlyVertices(source, header, points.heldPoints);
+    if (header.problem == PlyProblem::none && !layout) {
+        readPlyVertices(source, header, points.heldPoints);
+    }
     if (header.problem != PlyProblem::none) {
         printPlyRefusal(path, header);
         points.heldPoints.clear();
@@ -90,10 +92,12 @@ std::span<const RawPoint> nextExchangeChunk(ExchangePoints& points) {
         return std::span<const RawPoint>(points.heldPoints).subspan(start, count);
     }
     const auto recordLength = static_cast<std::size_t>(points.layout.recordLength);
-    const std::size_t fitting = std::clamp<std::size_t>(chunkBytesTarget / recordLength, 1, mostChunkPoints);
+    const std::size_t fitting =
+        std::clamp<std::size_t>(chunkBytesTarget / recordLength, 1, mostChunkPoints);
     const std::size_t wanted = std::min(fitting, static_cast<std::size_t>(left));
     points.chunkBytes.resize(wanted * recordLength);
-    const std::size_t got = std::fread(points.chunkBytes.data(), recordLength, wanted, points.file.get());
+    const std::size_t got =
+        std::fread(points.chunkBytes.data(), recordLength, wanted, points.file.get());
     // A file that shrank under us delivers the records that really came in, then stops.
     points.pointsDelivered = got == wanted ? points.pointsDelivered + static_cast<std::int64_t>(got)
                                            : points.pointCount;

@@ -67,7 +67,9 @@ LasProblem checkPointCount(std::span<const std::uint8_t> head, std::int64_t file
     const std::int64_t dataOffset = loadLittle32(bytes + 96);
     header.pointRoom = dataOffset > fileSize ? 0 : (fileSize - dataOffset) / header.recordLength;
     if (header.pointCount > mostPoints) return LasProblem::tooManyPoints;
-    if (header.pointCount > static_cast<std::uint64_t>(header.pointRoom)) return LasProblem::pastEnd;
+    if (header.pointCount > static_cast<std::uint64_t>(header.pointRoom)) {
+        return LasProblem::pastEnd;
+    }
     return LasProblem::none;
 }
 
@@ -95,7 +97,9 @@ LasHeader checkLasHeader(std::span<const std::uint8_t> head, std::int64_t fileSi
         return header;
     }
     header.problem = checkLayoutFields(head, fileSize, header);
-    if (header.problem == LasProblem::none) header.problem = checkPointCount(head, fileSize, header);
+    if (header.problem == LasProblem::none) {
+        header.problem = checkPointCount(head, fileSize, header);
+    }
     if (header.problem == LasProblem::none) header.problem = checkScales(head, header);
     return header;
 }

@@ -18,7 +18,9 @@ bool isBigEndian(const PlyHeader& header) {
 }
 
 FieldEncoding encodingOf(PlyType type, bool isBig) {
-    if (type == PlyType::float64) return isBig ? FieldEncoding::float64Big : FieldEncoding::float64Little;
+    if (type == PlyType::float64) {
+        return isBig ? FieldEncoding::float64Big : FieldEncoding::float64Little;
+    }
     return isBig ? FieldEncoding::float32Big : FieldEncoding::float32Little;
 }
 
@@ -117,9 +119,8 @@ bool wordAsNumber(const std::string& word, double& value) {
 }
 
 bool wordAsLength(const std::string& word, std::uint64_t& length) {
-    if (word.empty() || word.size() > 18 || word.find_first_not_of("0123456789") != std::string::npos) {
-        return false;
-    }
+    const bool isDigits = word.find_first_not_of("0123456789") == std::string::npos;
+    if (word.empty() || word.size() > 18 || !isDigits) return false;
     length = std::strtoull(word.c_str(), nullptr, 10);
     return true;
 }
@@ -129,7 +130,9 @@ enum class Step { done, endOfFile, notNumber };
 // One property of one item in a text body; `coordinate` receives it when not null.
 Step readTextProperty(ItemWalk& walk, const PlyProperty& property, double* coordinate) {
     if (!readWord(walk)) return Step::endOfFile;
-    if (coordinate != nullptr) return wordAsNumber(walk.word, *coordinate) ? Step::done : Step::notNumber;
+    if (coordinate != nullptr) {
+        return wordAsNumber(walk.word, *coordinate) ? Step::done : Step::notNumber;
+    }
     if (!property.isList) return Step::done;
     std::uint64_t length = 0;
     if (!wordAsLength(walk.word, length)) return Step::notNumber;
@@ -143,16 +146,17 @@ Step readTextProperty(ItemWalk& walk, const PlyProperty& property, double* coord
 Step readBinaryProperty(ItemWalk& walk, const PlyProperty& property, double* coordinate) {
     const bool isBig = isBigEndian(*walk.header);
     if (!property.isList) {
-        const std::span<const std::uint8_t> bytes = takeBytes(*walk.source, plySizeOf(property.type));
+        const auto bytes = takeBytes(*walk.source, plySizeOf(property.type));
         if (bytes.empty()) return Step::endOfFile;
         if (coordinate != nullptr) *coordinate = coordinateAt(bytes, property.type, isBig);
         return Step::done;
     }
-    const std::span<const std::uint8_t> bytes = takeBytes(*walk.source, plySizeOf(property.countType));
+    const auto bytes = takeBytes(*walk.source, plySizeOf(property.countType));
     if (bytes.empty()) return Step::endOfFile;
     const std::optional<std::uint64_t> length = listLengthAt(bytes, property.countType, isBig);
     if (!length) return Step::notNumber;
-    return skipBytes(*walk.source, *length * plySizeOf(property.type)) ? Step::done : Step::endOfFile;
+    const bool isSkipped = skipBytes(*walk.source, *length * plySizeOf(property.type));
+    return isSkipped ? Step::done : Step::endOfFile;
 }
 
 // One item of an element; for the vertex element `point` receives x, y and z.

@@ -183,8 +183,9 @@ PlyHeader readPlyHeader(ByteSource& source) {
         const std::vector<std::string_view> words = wordsOf(line);
         if (words.empty() && lineNumber > 1) continue;
         if (words.size() == 1 && words[0] == "end_header" && lineNumber > 1) break;
-        const bool isGood = lineNumber == 1 ? (words.size() == 1 && words[0] == "ply")
-                                            : takeHeaderLine(words, header, hasFormat, isFormatGood);
+        const bool isGood = lineNumber == 1
+                                ? (words.size() == 1 && words[0] == "ply")
+                                : takeHeaderLine(words, header, hasFormat, isFormatGood);
         if (!isGood) {
             header.problem = PlyProblem::badHeaderLine;
             header.badLine = lineNumber;

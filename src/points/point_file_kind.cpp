@@ -51,7 +51,8 @@ PointFileKind pointFileKindOf(const std::string& path) {
     if (startsWith(head, "LASF")) return PointFileKind::las;
     if (startsWith(head, "ply\n") || startsWith(head, "ply\r\n")) return PointFileKind::ply;
     if (startsWith(head, "ASTM-E57")) return PointFileKind::e57;
-    const std::size_t wanted = size < static_cast<long>(probeSize) ? static_cast<std::size_t>(size) : probeSize;
+    const std::size_t wanted =
+        size < static_cast<long>(probeSize) ? static_cast<std::size_t>(size) : probeSize;
     if (size >= leastTextSize && got == wanted && isAllText(head)) return PointFileKind::text;
     return PointFileKind::binary;
 }

@@ -30,7 +30,8 @@ double loadExchangeFile(const Run& run, const std::string& path, PointFileKind k
     } else {
         std::printf("Loading %i points from file %s \n", points.pointCount, path.c_str());
         cloud.reserve(static_cast<std::size_t>(points.pointCount));
-        for (auto chunk = nextExchangeChunk(points); !chunk.empty(); chunk = nextExchangeChunk(points)) {
+        for (auto chunk = nextExchangeChunk(points); !chunk.empty();
+             chunk = nextExchangeChunk(points)) {
             takePoints(filter, chunk, load, cloud);
         }
     }

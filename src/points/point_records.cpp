@@ -69,7 +69,7 @@ void decodeField(std::span<const std::uint8_t> records, std::size_t recordLength
         break;
     case FieldEncoding::float64Little:
         decodeColumn(records, recordLength, at, out, coordinate,
-                     [](const std::uint8_t* p) { return std::bit_cast<double>(littleEndianAt<std::uint64_t>(p)); });
+                     [](const std::uint8_t* p) { return loadLittleDouble(p); });
         break;
     case FieldEncoding::float64Big:
         decodeColumn(records, recordLength, at, out, coordinate, [](const std::uint8_t* p) {
@@ -85,9 +85,13 @@ std::uint16_t loadLittle16(const std::uint8_t* bytes) {
     return static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
 }
 
-std::uint32_t loadLittle32(const std::uint8_t* bytes) { return littleEndianAt<std::uint32_t>(bytes); }
+std::uint32_t loadLittle32(const std::uint8_t* bytes) {
+    return littleEndianAt<std::uint32_t>(bytes);
+}
 
-std::uint64_t loadLittle64(const std::uint8_t* bytes) { return littleEndianAt<std::uint64_t>(bytes); }
+std::uint64_t loadLittle64(const std::uint8_t* bytes) {
+    return littleEndianAt<std::uint64_t>(bytes);
+}
 
 double loadLittleDouble(const std::uint8_t* bytes) {
     return std::bit_cast<double>(littleEndianAt<std::uint64_t>(bytes));

@@ -78,8 +78,9 @@ Cloud sampleScan(const SceneHandle& scene, const ScanPose& pose, const SurveySpe
 // pose. gpsZ is the scanner's Z.
 ScanRecord scanRecordOf(const ScanPose& pose, double headingErrorDeg, const std::string& fileName);
 
-// Writes the whole job into `outDir` (created if missing): database, point files in the
-// spec's format, text files when asked, truth CSV and option file. Returns false with `error` set on failure.
+// Writes the whole job into `outDir` (created if missing): database, point files in
+// surveySpec.format, text files when asked, truth CSV and option file. Returns false with
+// `error` set on failure.
 bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error);
 
 }  // namespace sorvek::synth

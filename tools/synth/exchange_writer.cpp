@@ -35,6 +35,8 @@ void putBits(FileBytes& out, std::uint64_t bits, std::size_t size) {
     }
 }
 
+void putZeros(FileBytes& out, std::size_t count) { out.data.append(count, '\0'); }
+
 void putWord(FileBytes& out, const char* format, auto value) {
     char word[40];
     std::snprintf(word, sizeof word, format, value);
@@ -139,7 +141,7 @@ void putLasHeader(FileBytes& out, const std::vector<std::int32_t>& integers, con
     out.data += "LASF";
     putBits(out, 0, 2);                                          // file source id
     putBits(out, isWide && layout.pointFormat >= 6 ? 0x10 : 0, 2);  // global encoding: WKT
-    putBits(out, 0, 16);                                         // project id
+    putZeros(out, 16);                                           // project id
     putBits(out, 1, 1);
     putBits(out, layout.versionMinor, 1);
     putName(out, "sorvek-synth", 32);
@@ -153,7 +155,7 @@ void putLasHeader(FileBytes& out, const std::vector<std::int32_t>& integers, con
     putBits(out, recordLength, 2);
     putBits(out, legacyCount, 4);
     putBits(out, legacyCount, 4);  // first returns
-    putBits(out, 0, 16);
+    putZeros(out, 16);
     for (int axis = 0; axis < 3; ++axis) putDouble(out, layout.scale);
     for (const double offset : {layout.offsetX, layout.offsetY, layout.offsetZ}) putDouble(out, offset);
     putLasBounds(out, integers, layout);
@@ -164,7 +166,7 @@ void putLasHeader(FileBytes& out, const std::vector<std::int32_t>& integers, con
     putBits(out, static_cast<std::uint64_t>(layout.vlrCount), 4);
     putBits(out, count, 8);
     putBits(out, count, 8);  // first returns
-    putBits(out, 0, 8 * 14);
+    putZeros(out, 8 * 14);
 }
 
 void putLasRecord(FileBytes& out, const std::int32_t* xyz, std::size_t index, const LasLayout& layout) {
@@ -192,7 +194,7 @@ void putLasRecord(FileBytes& out, const std::int32_t* xyz, std::size_t index, co
         for (std::size_t channel = 0; channel < 3; ++channel) putBits(out, (index * 13 + channel * 4099) & 0xFFFF, 2);
     }
     if (format == 8 || format == 10) putBits(out, (index * 7) & 0xFFFF, 2);  // near infrared
-    if (format == 4 || format == 5 || format == 9 || format == 10) out.data.append(waveformBytes, '\0');
+    if (format == 4 || format == 5 || format == 9 || format == 10) putZeros(out, waveformBytes);
     for (std::uint32_t extra = 0; extra < layout.extraBytes; ++extra) putBits(out, (0xA5 ^ index ^ extra) & 0xFF, 1);
 }
 

@@ -78,7 +78,7 @@ TEST(FormatJobs, RefusedScansFailTheirPairsAndTheBatchGoesOn) {
     compressed[104] = static_cast<char>(compressed[104] | 0x80);
     testing::writeFile(job.dir / "job_001_001_S001.las", compressed);
     testing::writeFile(job.dir / "job_005_001_S005.bxyz", "ASTM-E57" + std::string(200, '\0'));
-    const testing::SessionResult result = testing::runMode(job, 1, "MINNUMPTS 50\nMAXITER 2\nMAXREPEAT 2\n");
+    const testing::SessionResult result = testing::runMode(job, 1, testing::quickSolvers);
     EXPECT_EQ(result.exitCode, 0);
     const std::string laz = "job_001_001_S001.las is a compressed LAZ file: decompress it to LAS first \n";
     const std::string e57 = "job_005_001_S005.bxyz is an E57 file: export its scans to LAS or PLY first \n";

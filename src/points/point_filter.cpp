@@ -31,8 +31,8 @@ void widenBounds(double value, double& least, double& greatest) {
     else if (least > value) least = value;
 }
 
-void takePoint(const PointFilter& filter, double x, double y, double z, FilteredLoad& load,
-               Cloud& cloud) {
+void filterPoint(const PointFilter& filter, double x, double y, double z, FilteredLoad& load,
+                 Cloud& cloud) {
     if (filter.isTranslated) {
         x = x - filter.transX;
         y = y - filter.transY;
@@ -84,8 +84,14 @@ void takePoints(const PointFilter& filter, std::span<const RawPoint> points, Fil
     // could otherwise alias them.
     const PointFilter limits = filter;
     FilteredLoad local = load;
-    for (const RawPoint& point : points) takePoint(limits, point.x, point.y, point.z, local, cloud);
+    for (const RawPoint& point : points) {
+        filterPoint(limits, point.x, point.y, point.z, local, cloud);
+    }
     load = local;
+}
+
+void takePoint(const PointFilter& filter, const RawPoint& point, FilteredLoad& load, Cloud& cloud) {
+    filterPoint(filter, point.x, point.y, point.z, load, cloud);
 }
 
 void finishFilteredLoad(const PointFilter& filter, const FilteredLoad& load, CloudBounds& bounds,

@@ -58,6 +58,9 @@ PointFilter pointFilterFor(const Run& run, double zMin, const ScanPosition& scan
 void takePoints(const PointFilter& filter, std::span<const RawPoint> points, FilteredLoad& load,
                 Cloud& cloud);
 
+// takePoints for one point, without the set-up that pays off over many.
+void takePoint(const PointFilter& filter, const RawPoint& point, FilteredLoad& load, Cloud& cloud);
+
 // The closing steps of every load, whatever happened before: the Cliff Distance (not in
 // run mode 5; 0 / 0 gives not a number when nothing was kept), `bounds`, and
 // "Finished loading %i points\n".

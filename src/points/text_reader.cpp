@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <optional>
-#include <span>
 
 #include "points/point_filter.h"
 
@@ -43,7 +42,7 @@ void takeLine(const PointFilter& filter, const char* line, FilteredLoad& load, C
                     &point.z) != 5) {
         return;
     }
-    takePoints(filter, std::span<const RawPoint>(&point, 1), load, cloud);
+    takePoint(filter, point, load, cloud);
 }
 
 // The array never grows past the first pass's count, even if the file grew meanwhile.

@@ -15,6 +15,7 @@
 #include "bench_support.h"
 #include "points/point_loading.h"
 #include "points/transforms.h"
+#include "run/quiet_console.h"
 #include "synth/exchange_writer.h"
 #include "synth/survey_writer.h"
 
@@ -90,13 +91,12 @@ void benchLoad(benchmark::State& state, const ScanFiles& scan, const ScanFile& f
     Run run;
     Cloud cloud;
     CloudBounds bounds;
-    const bench::SilencedOutput saved = bench::silence();
+    const QuietConsole quiet;
     loadPointFile(run, file.path.string(), scan.scanner, cloud, bounds, true);  // warm pages and cache
     for (auto _ : state) {
         benchmark::DoNotOptimize(loadPointFile(run, file.path.string(), scan.scanner, cloud, bounds, true));
         benchmark::DoNotOptimize(cloud.data());
     }
-    bench::restore(saved);
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(cloud.size()));
     state.counters["MB"] = static_cast<double>(fs::file_size(file.path)) / 1.0e6;
 }

@@ -396,7 +396,8 @@ void rotateScans(Run& run) {
     const float progressFactor = static_cast<float>(100.0 / static_cast<double>(scanTotal));
     OutputFile rotFile = createRotationResultFile(run.state.rotPath, run.state.logFile.get());
     const std::int32_t entryCount = countRotationRows(run);
-    const std::vector<RotationEntry> table = loadRotationTable(run, entryCount);
+    const std::vector<RegistrationPair> pairs = loadRegistrationPairs(run, entryCount);
+    const std::vector<RotationEntry> table = rotationEntriesOf(pairs);
     Cloud cloud;
     for (std::size_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         const float percent = static_cast<float>(countAsInt32(scanIndex)) * progressFactor;

@@ -42,20 +42,25 @@ std::vector<double> solveCholesky(const SquareMatrix& factor, std::span<const do
 }
 
 SquareMatrix invertCholesky(const SquareMatrix& factor) {
+    // With M = L^-1, the inverse is M^T M. M is built and kept transposed (row j of
+    // `inverseFactor` is column j of M), so that every inner sum runs along two rows.
     const std::size_t n = factor.size;
-    SquareMatrix inverse = zeroMatrix(n);
-    std::vector<double> unit(n, 0.0);
-    for (std::size_t column = 0; column < n; ++column) {
-        unit[column] = 1.0;
-        const std::vector<double> solved = solveCholesky(factor, unit);
-        unit[column] = 0.0;
-        for (std::size_t row = 0; row < n; ++row) entry(inverse, row, column) = solved[row];
+    SquareMatrix inverseFactor = zeroMatrix(n);
+    for (std::size_t j = 0; j < n; ++j) {
+        entry(inverseFactor, j, j) = 1.0 / entry(factor, j, j);
+        for (std::size_t i = j + 1; i < n; ++i) {
+            double sum = 0.0;
+            for (std::size_t k = j; k < i; ++k) sum += entry(factor, i, k) * entry(inverseFactor, j, k);
+            entry(inverseFactor, j, i) = -sum / entry(factor, i, i);
+        }
     }
-    // The two halves differ in the last bits; the lower one is kept so that a cofactor
-    // reads the same whichever way round a pair names its scans.
-    for (std::size_t row = 0; row < n; ++row) {
-        for (std::size_t column = row + 1; column < n; ++column) {
-            entry(inverse, row, column) = entry(inverse, column, row);
+    SquareMatrix inverse = zeroMatrix(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t j = i; j < n; ++j) {
+            double sum = 0.0;
+            for (std::size_t k = j; k < n; ++k) sum += entry(inverseFactor, i, k) * entry(inverseFactor, j, k);
+            entry(inverse, i, j) = sum;
+            entry(inverse, j, i) = sum;  // exactly symmetric, whichever way a pair names its scans
         }
     }
     return inverse;

@@ -31,7 +31,7 @@ bool factorCholesky(SquareMatrix& matrix);
 // Solves (L * L^T) x = rhs with the factor from factorCholesky; rhs has factor.size entries.
 std::vector<double> solveCholesky(const SquareMatrix& factor, std::span<const double> rhs);
 
-// The whole inverse of L * L^T, column by column, made exactly symmetric.
+// The whole inverse of L * L^T, exactly symmetric.
 SquareMatrix invertCholesky(const SquareMatrix& factor);
 
 }  // namespace sorvek

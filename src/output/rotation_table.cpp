@@ -92,10 +92,6 @@ std::vector<RotationEntry> rotationEntriesOf(std::span<const RegistrationPair> p
     return table;
 }
 
-std::vector<RotationEntry> readRotationRows(std::istream& in, std::int32_t entryCount) {
-    return rotationEntriesOf(readRegistrationPairs(in, entryCount));
-}
-
 std::int32_t countRotationRows(const Run& run) {
     const std::string& path = run.state.regPath;
     std::ifstream in(path);

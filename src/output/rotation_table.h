@@ -62,7 +62,4 @@ std::int32_t countRotationLines(std::istream& in);
 // field at zero. Safe on arbitrary bytes.
 std::vector<RegistrationPair> readRegistrationPairs(std::istream& in, std::int32_t entryCount);
 
-// The same pass as a table of entries, two for each row.
-std::vector<RotationEntry> readRotationRows(std::istream& in, std::int32_t entryCount);
-
 }  // namespace sorvek

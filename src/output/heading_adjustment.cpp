@@ -304,7 +304,7 @@ void fillPairResiduals(const DistinctScans& scans, std::span<const PairTerm> ter
 double pairWeight(double rms, std::uint32_t pointCount) {
     const double usedRms = std::max(rms, leastRms);
     const double usedCount = pointCount == 0 ? 1.0 : static_cast<double>(pointCount);
-    return usedCount / (usedRms * usedRms);
+    return usedCount / ((usedRms * usedRms) * usedRms);
 }
 
 HeadingAdjustment adjustHeadings(std::span<const std::int32_t> scanIds,

@@ -55,8 +55,10 @@ HeadingAdjustment adjustHeadings(std::span<const std::int32_t> scanIds,
                                  std::span<const RegistrationPair> rows);
 
 // The weight a row's RMS and point count give its relative heading, before the job's mean
-// weight is scaled to 1: the count over the square of the RMS, with the RMS taken as at
-// least 0.0001 and the count as at least 1.
+// weight is scaled to 1: the count over the cube of the RMS, with the RMS taken as at least
+// 0.0001 and the count as at least 1. Noise alone would give the square; the third power
+// is there because an RMS that stays high after solving mostly means that the solver
+// stopped short of the best fit.
 double pairWeight(double rms, std::uint32_t pointCount);
 
 }  // namespace sorvek

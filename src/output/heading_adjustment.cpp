@@ -274,7 +274,7 @@ void fillScans(const NetworkSolution& solution, const DistinctScans& scans, std:
     for (AdjustedScan& scan : result.scans) {
         const std::size_t distinct = scans.indexOf.at(scan.scanId);
         const std::size_t unknown = solution.isSolved ? solution.unknownOf[distinct] : notReached;
-        scan.meanDeg = summarizeRotations(entries, scan.scanId).meanDeg;
+        scan.meanDeg = rotationStatsOf(entries, scan.scanId).meanDeg;
         scan.isReached = unknown != notReached;
         scan.rotationDeg = scan.isReached ? solution.rotationDeg[unknown] : scan.meanDeg;
         if (scan.isReached) {

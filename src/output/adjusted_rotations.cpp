@@ -1,5 +1,7 @@
 #include "output/adjusted_rotations.h"
 
+// What the user sees of the adjustment: its console lines and the file at adjPath.
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -49,6 +51,8 @@ void reportPair(const AdjustedPair& pair) {
 }
 
 void reportAdjustment(const HeadingAdjustment& adjustment) {
+    // Both counts fit: the scans are the 32-bit scan table's, the pairs at most half the
+    // 32-bit entry count of the registration file.
     std::printf("Adjusting rotations over %i pairs of %i scans \n", static_cast<int>(adjustment.pairs.size()),
                 static_cast<int>(adjustment.scans.size()));
     if (!adjustment.isSolved) {

@@ -21,8 +21,8 @@ constexpr double absoluteShare = 0.25;       // weight of a pair's own rotations
 constexpr double rejectionLimit = 3.5;       // robust scales a standardized residual may reach
 constexpr double madToSigma = 1.4826;        // median absolute deviation of normal errors to sigma
 constexpr double leastRedundancy = 0.1;      // share of a residual the other pairs must check
-constexpr std::size_t leastTestedPairs = 3;  // fewer checked pairs give no scale
-constexpr double leastScale = 1e-5;          // degrees: ten times the file's last decimal
+constexpr std::size_t leastTested = 3;       // fewer tested residuals give a group no scale
+constexpr double leastScale = 1e-5;          // degrees at weight 1: ten times the file's last decimal
 constexpr double leastRms = 1e-4;            // survey units: a perfect fit gets no endless weight
 constexpr double greatestRms = 1000.0;       // survey units: beyond it a row is refused
 constexpr double greatestRotationDeg = 180.0;
@@ -34,7 +34,7 @@ struct PairTerm {
     std::size_t second = 0;    // distinct scan of the row's second id
     double firstDeg = 0.0;     // the row's rotations
     double secondDeg = 0.0;
-    double weight = 0.0;       // p, scaled so that the mean over accepted rows is 1
+    double weight = 0.0;       // p, scaled to a mean of 1 over the rows not refused; 0 if refused
     bool isActive = true;      // neither refused nor rejected
 };
 
@@ -85,11 +85,12 @@ std::vector<PairTerm> collectTerms(const DistinctScans& scans, std::span<const R
         PairTerm term{first->second, second->second, row.firstRotation, row.secondRotation};
         AdjustedPair pair{row.firstId, row.secondId, row.firstRotation - row.secondRotation};
         term.isActive = !isRefused(row);
-        if (!term.isActive) pair.status = PairStatus::refused;
         if (term.isActive) {
             term.weight = pairWeight(row.rms, row.pointCount);
             weightSum += term.weight;
             ++weighedCount;
+        } else {
+            pair.status = PairStatus::refused;
         }
         terms.push_back(term);
         pairs.push_back(pair);
@@ -177,9 +178,9 @@ TermTest testTerm(const NetworkSolution& solution, const PairTerm& term) {
 }
 
 // 1.4826 times the median of the magnitudes, never below leastScale; 0 when fewer than
-// leastTestedPairs were tested, so that the group tests nothing.
+// leastTested were tested, so that the group tests nothing.
 double robustScale(std::vector<double> magnitudes) {
-    if (magnitudes.size() < leastTestedPairs) return 0.0;
+    if (magnitudes.size() < leastTested) return 0.0;
     std::sort(magnitudes.begin(), magnitudes.end());
     const std::size_t middle = magnitudes.size() / 2;
     const double median = magnitudes.size() % 2 == 1
@@ -277,10 +278,8 @@ void fillScans(const NetworkSolution& solution, const DistinctScans& scans, std:
         scan.meanDeg = rotationStatsOf(entries, scan.scanId).meanDeg;
         scan.isReached = unknown != notReached;
         scan.rotationDeg = scan.isReached ? solution.rotationDeg[unknown] : scan.meanDeg;
-        if (scan.isReached) {
-            scan.sigmaDeg = result.sigmaZeroDeg * std::sqrt(entry(solution.cofactor, unknown, unknown));
-        }
         if (!scan.isReached) continue;
+        scan.sigmaDeg = result.sigmaZeroDeg * std::sqrt(entry(solution.cofactor, unknown, unknown));
         for (const PairTerm& term : terms) {
             if (term.isActive && (term.first == distinct || term.second == distinct)) ++scan.pairsUsed;
         }

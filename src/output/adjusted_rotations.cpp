@@ -2,12 +2,10 @@
 
 // What the user sees of the adjustment: its console lines and the file at adjPath.
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <utility>
 
 #include "run/console.h"
+#include "run/output_file.h"
 
 namespace sorvek {
 namespace {
@@ -66,37 +64,17 @@ void reportAdjustment(const HeadingAdjustment& adjustment) {
     }
 }
 
-// A failed write ends the run: the user is told which file and why, and no part of the
-// file is left under either name.
-[[noreturn]] void failAdjustmentFile(const std::string& path, const std::string& partPath, int error) {
-    std::printf("Unable to write %s: %s \n", path.c_str(), std::strerror(error == 0 ? EIO : error));
-    std::remove(partPath.c_str());
-    endRun(1);
-}
-
-// The first error of the write, the flush and the close, or 0 when all three succeed.
-int writeWhole(FileHandle file, const std::string& text) {
-    errno = 0;
-    int error = 0;
-    if (std::fwrite(text.data(), 1, text.size(), file.get()) != text.size()) error = errno == 0 ? EIO : errno;
-    if (std::fflush(file.get()) != 0 && error == 0) error = errno == 0 ? EIO : errno;
-    if (std::fclose(file.release()) != 0 && error == 0) error = errno == 0 ? EIO : errno;
-    return error;
-}
-
-// Written under a temporary name and renamed when complete, so that a stopped run never
-// leaves part of the file under its final name.
-void writeAdjustmentFile(const std::string& path, const std::string& text) {
-    const std::string partPath = path + ".part";
-    FileHandle file = openFile(partPath, "w");
-    if (!file) {
+// Written whole, under its partial name until complete; a write that fails ends the run.
+void writeAdjustmentFile(const Run& run, const std::string& text) {
+    const std::string& path = run.state.adjPath;
+    OutputFile output = createWholeFile(path, run.state.logFile.get());
+    if (!output.file) {
         std::printf("Unable to create %s \n", path.c_str());
         std::printf("Please verify that the path exists. \n");
         endRun(1);
     }
-    const int error = writeWhole(std::move(file), text);
-    if (error != 0) failAdjustmentFile(path, partPath, error);
-    if (std::rename(partPath.c_str(), path.c_str()) != 0) failAdjustmentFile(path, partPath, errno);
+    requireWritten(std::fwrite(text.data(), 1, text.size(), output.file.get()) == text.size(), output);
+    commitWholeFile(output);
 }
 
 }  // namespace
@@ -127,7 +105,7 @@ std::vector<ScanRotation> adjustScanRotations(const Run& run, std::span<const Re
     for (const ScanRecord& scan : run.state.scans) scanIds.push_back(scan.scanId);
     const HeadingAdjustment adjustment = adjustHeadings(scanIds, pairs);
     reportAdjustment(adjustment);
-    writeAdjustmentFile(run.state.adjPath, adjustmentFileText(adjustment));
+    writeAdjustmentFile(run, adjustmentFileText(adjustment));
     std::printf("Adjusted rotations written to %s \n", run.state.adjPath.c_str());
     std::vector<ScanRotation> rotations;
     for (const AdjustedScan& scan : adjustment.scans) rotations.push_back({scan.scanId, scan.rotationDeg});

@@ -13,8 +13,8 @@
 namespace sorvek {
 
 // Adjusts the rotations of the scans of the run over `pairs`, prints the pairs it set aside
-// and the scans no accepted pair reaches, and writes the adjustment file. The run ends with
-// exit code 1 when that file cannot be written whole.
+// and the scans no accepted pair reaches, and writes the adjustment file whole. The run
+// ends with exit code 1 when that file cannot be created or written.
 std::vector<ScanRotation> adjustScanRotations(const Run& run, std::span<const RegistrationPair> pairs);
 
 // The adjustment file's text: the scans' head line and rows, then the pairs'.

@@ -138,26 +138,27 @@ TEST(RotationAdjustment, SetsAsideACorruptedPairAndLeavesTheOtherScansAlone) {
     std::filesystem::remove_all(job.dir);
 }
 
-// The file goes to a temporary name first: when that cannot be created, or the disk is
-// full, the run ends with exit code 1 and leaves no file under either name.
+// A folder standing under the file's name, and a name that leads to a full disk: the run
+// ends with exit code 1 before any scan is turned, and leaves no partial file behind. A
+// failed write is told in the log as well.
 TEST(RotationAdjustment, FileThatCannotBeWrittenEndsTheRun) {
     struct Case { const char* label; bool isFull; std::string message; };
     for (const Case& c : {Case{"cannot be created", false, "Unable to create jobadj.csv \nPlease verify that the path exists. \n"},
                           Case{"disk full", true, "Unable to write jobadj.csv: No space left on device \n"}}) {
         SCOPED_TRACE(c.label);
         const testing::SurveyJob job = makeSite("adjust-unwritable");
-        const std::filesystem::path part = job.dir / "jobadj.csv.part";
+        const std::filesystem::path adjPath = job.dir / "jobadj.csv";
         if (c.isFull) {
-            std::filesystem::create_symlink("/dev/full", part);
+            std::filesystem::create_symlink("/dev/full", adjPath);
         } else {
-            std::filesystem::create_directory(part);
+            std::filesystem::create_directory(adjPath);
         }
         const testing::SessionResult result = testing::runMode(job, 2, "ROTADJUST 1\n");
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_NE(result.out.find(c.message), std::string::npos) << result.out;
         EXPECT_EQ(result.out.find("Percent complete"), std::string::npos);
-        EXPECT_FALSE(std::filesystem::exists(job.dir / "jobadj.csv"));
-        EXPECT_EQ(c.isFull, !std::filesystem::exists(part));
+        EXPECT_FALSE(std::filesystem::exists(job.dir / "jobadj.csv.sorvek-partial"));
+        EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"), c.isFull ? c.message : "");
         std::filesystem::remove_all(job.dir);
     }
 }

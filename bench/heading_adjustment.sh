@@ -37,9 +37,9 @@ misses() {
 
 printf '| Seed | Scans | Error (deg) | Pairs | Rejected | Mean: RMS | Mean: largest | Adjusted: RMS | Adjusted: largest | RMS ratio |\n'
 printf '|---|---|---|---|---|---|---|---|---|---|\n'
-for spec in "$@"; do
-    seed=${spec%%:*}
-    rest=${spec#*:}
+for request in "$@"; do
+    seed=${request%%:*}
+    rest=${request#*:}
     scans=${rest%%:*}
     error=${rest#*:}
     site=$work/seed${seed}_${scans}

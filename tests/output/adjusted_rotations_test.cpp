@@ -43,10 +43,10 @@ const char* const siteRegistration =
     "11,-0.500000,12,0.986856,0.023461,4461,0\n";
 
 testing::SurveyJob makeSite(const std::string& label) {
-    synth::SurveySpec spec = testing::smallSpec("site", "north", 12, 1000);
-    spec.seed = 13;
-    spec.errorDeg = 1.0;
-    testing::SurveyJob job = testing::makeSurveyJob(label, spec);
+    synth::SurveySpec surveySpec = testing::smallSpec("site", "north", 12, 1000);
+    surveySpec.seed = 13;
+    surveySpec.errorDeg = 1.0;
+    testing::SurveyJob job = testing::makeSurveyJob(label, surveySpec);
     testing::writeFile(job.dir / "jobreg.csv", siteRegistration);
     return job;
 }

@@ -240,7 +240,7 @@ void rotateExchangeScan(Run& run, const ScanRecord& scan, PointFileKind kind,
     }
     std::printf("Loading data from file %s \n", path.c_str());
     std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
-    const ScanTurn turn = chooseTurn(table, scan, points.pointCount);
+    const ScanTurn turn = chooseTurn(run, table, scan, points.pointCount);
     for (auto chunk = nextExchangeChunk(points); !chunk.empty();
          chunk = nextExchangeChunk(points)) {
         for (const RawPoint& raw : chunk) {

@@ -1,6 +1,7 @@
 #include "points/work_cloud.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 
 #include "points/turn_kernel.h"
@@ -127,7 +128,13 @@ std::size_t countInGrid(const std::vector<std::uint32_t>& keys, const CubeGrid& 
 
 }  // namespace
 
+void markChanged(WorkCloud& cloud) {
+    static std::atomic<std::uint64_t> lastStamp{0};
+    cloud.stamp = ++lastStamp;
+}
+
 void clearWorkCloud(WorkCloud& cloud) {
+    markChanged(cloud);
     resizeCloud(cloud, 0);
     cloud.inGridCount = 0;
 }
@@ -178,6 +185,7 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
 void placeTurned(Run& run, std::span<const PointRecord> source, const Turn& turn,
                  const CubeGrid& grid, CubeOrderScratch& scratch, WorkCloud& cloud) {
     const std::size_t count = source.size();
+    markChanged(cloud);
     resizeCloud(cloud, count);
     const std::size_t partCount = threadCountOf(run);
     if (!hasCubes(grid)) {
@@ -224,6 +232,7 @@ void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderSc
                    WorkCloud& spare) {
     const std::size_t count = pointCount(cloud);
     scratch.hasKeys = false;
+    markChanged(cloud);
     if (!hasCubes(grid)) {
         // Every point gets the same index, and a stable sort moves nothing.
         std::fill(cloud.cube.begin(), cloud.cube.end(), static_cast<std::uint32_t>(grid.cubeCount));
@@ -256,10 +265,13 @@ void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderSc
         }
     });
     std::swap(cloud, spare);
+    markChanged(cloud);
+    markChanged(spare);
     cloud.inGridCount = countInGrid(scratch.keys, grid);
 }
 
 void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn) {
+    markChanged(cloud);
     const std::size_t count = pointCount(cloud);
     const std::size_t partCount = threadCountOf(run);
     runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
@@ -274,6 +286,7 @@ void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn) {
 }
 
 void copySorted(std::span<const PointRecord> sorted, std::int32_t cubeCount, WorkCloud& cloud) {
+    markChanged(cloud);
     resizeCloud(cloud, sorted.size());
     std::size_t inGrid = 0;
     for (std::size_t i = 0; i < sorted.size(); ++i) {

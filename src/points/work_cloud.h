@@ -17,6 +17,9 @@ namespace sorvek {
 
 inline std::size_t pointCount(const WorkCloud& cloud) { return cloud.x.size(); }
 
+// Gives `cloud` a stamp no cloud has had: whatever was kept of its points is stale.
+void markChanged(WorkCloud& cloud);
+
 // Empty, keeping the capacity for the next pair.
 void clearWorkCloud(WorkCloud& cloud);
 

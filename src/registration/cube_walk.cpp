@@ -67,19 +67,15 @@ void takeSample(const CubeRuns& reference, const SampleRule& rule, const Point3&
     accepted.push_back(outcome);
 }
 
-// Places (k * n) / NUMPPC spread the samples evenly and always take the first candidate;
-// every sample of a cube meets the same reference run.
+// Every sample of a cube meets the same reference run.
 void sampleCube(const CubeRuns& subject, const CubeRuns& reference, std::size_t runBegin,
-                std::size_t runEnd, std::int32_t samplesPerCube, const SampleRule& rule,
-                WalkPart& part) {
+                std::size_t runEnd, std::span<const std::int32_t> samples,
+                const SampleRule& rule, WalkPart& part) {
     const ReferenceRun run{reference.x.data() + runBegin, reference.y.data() + runBegin,
                            reference.z.data() + runBegin, runEnd - runBegin,
                            static_cast<std::int32_t>(runBegin)};
-    const auto n = static_cast<std::int64_t>(part.candidates.size());
-    for (std::int32_t k = 0; k < samplesPerCube; ++k) {
-        const std::int64_t place = (std::int64_t{k} * n) / samplesPerCube;
-        const auto position = static_cast<std::size_t>(part.candidates[static_cast<std::size_t>(place)]);
-        const Point3 sample = pointAt(subject, position);
+    for (const std::int32_t position : samples) {
+        const Point3 sample = pointAt(subject, static_cast<std::size_t>(position));
         takeSample(reference, rule, sample, nearestInRun(run, sample.x, sample.y, sample.z),
                    part.accepted);
     }
@@ -91,14 +87,16 @@ struct WalkLimits {
     std::int32_t samplesPerCube = 0;  // NUMPPC
 };
 
-// The cubes whose subject runs begin in [begin, end).
-void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimits& limits,
-              const SampleRule& rule, std::size_t begin, std::size_t end, WalkPart& part) {
-    if (begin >= end) return;
+// The sampling of the cubes whose subject runs begin in [begin, end): per cube, the
+// candidates (points strictly between the z limits) and, from a cube of at least NUMPPC
+// of them, NUMPPC samples at places (k * n) / NUMPPC, which spread them evenly and always
+// take the first candidate.
+void samplePart(const CubeRuns& subject, const WalkLimits& limits, std::size_t begin,
+                std::size_t end, WalkPart& part) {
+    part.sampledCubes.clear();
+    part.samples.clear();
+    part.stopsForTooManyPoints = false;
     const auto samplesNeeded = static_cast<std::size_t>(std::max(limits.samplesPerCube, 0));
-    std::size_t referenceCursor = static_cast<std::size_t>(
-        std::lower_bound(reference.cube.begin(), reference.cube.end(), subject.cube[begin]) -
-        reference.cube.begin());
     std::size_t position = begin;
     while (position < end) {
         const std::uint32_t cube = subject.cube[position];
@@ -107,7 +105,7 @@ void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimi
             const double z = subject.z[position];
             if (!(z > limits.zMin && limits.zMax > z)) continue;
             if (part.candidates.size() == mostCandidates) {
-                part.hasTooManyPoints = true;
+                part.stopsForTooManyPoints = true;
                 return;
             }
             part.candidates.push_back(static_cast<std::int32_t>(position));
@@ -115,19 +113,47 @@ void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimi
         // No sample is taken from a cube of fewer candidates than NUMPPC, nor at all with
         // NUMPPC of 0 or below.
         if (limits.samplesPerCube <= 0 || part.candidates.size() < samplesNeeded) continue;
-        while (referenceCursor < reference.cube.size() && reference.cube[referenceCursor] < cube) {
-            ++referenceCursor;
+        part.sampledCubes.push_back({cube, static_cast<std::uint32_t>(part.samples.size())});
+        const auto n = static_cast<std::int64_t>(part.candidates.size());
+        for (std::int32_t k = 0; k < limits.samplesPerCube; ++k) {
+            const std::int64_t place = (std::int64_t{k} * n) / limits.samplesPerCube;
+            part.samples.push_back(part.candidates[static_cast<std::size_t>(place)]);
         }
-        const std::size_t runBegin = referenceCursor;
-        while (referenceCursor < reference.cube.size() && reference.cube[referenceCursor] == cube) {
-            ++referenceCursor;
+    }
+}
+
+// The sampled cubes of a part against their reference runs.
+void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimits& limits,
+              const SampleRule& rule, WalkPart& part) {
+    part.accepted.clear();
+    part.hasTooManyPoints = part.stopsForTooManyPoints;
+    if (rule.measuresNothing || part.sampledCubes.empty()) return;
+    const auto samplesNeeded = static_cast<std::size_t>(limits.samplesPerCube);
+    const std::span<const std::int32_t> samples(part.samples);
+    const auto cubes = reference.cube;
+    std::size_t cursor = 0;
+    for (const SampledCube& sampled : part.sampledCubes) {
+        const std::uint32_t cube = sampled.cube;
+        if (cursor < cubes.size() && cubes[cursor] < cube) {
+            cursor = static_cast<std::size_t>(
+                std::lower_bound(cubes.begin() + static_cast<std::ptrdiff_t>(cursor), cubes.end(), cube) -
+                cubes.begin());
         }
+        const std::size_t runBegin = cursor;
+        while (cursor < cubes.size() && cubes[cursor] == cube) ++cursor;
         // Every sample of a cube counts the same reference run, whatever the distances:
         // the cube passes the neighbour test or is dropped whole.
-        if (referenceCursor - runBegin < samplesNeeded || rule.measuresNothing) continue;
-        sampleCube(subject, reference, runBegin, referenceCursor, limits.samplesPerCube, rule,
-                   part);
+        if (cursor - runBegin < samplesNeeded) continue;
+        sampleCube(subject, reference, runBegin, cursor,
+                   samples.subspan(sampled.firstSample, samplesNeeded), rule, part);
     }
+}
+
+bool isSampledAlready(const SamplingKey& kept, const SamplingKey& wanted) {
+    return wanted.stamp != 0 && kept.stamp == wanted.stamp &&
+           kept.pointCount == wanted.pointCount && kept.zMin == wanted.zMin &&
+           kept.zMax == wanted.zMax && kept.samplesPerCube == wanted.samplesPerCube &&
+           kept.partCount == wanted.partCount;
 }
 
 }  // namespace
@@ -137,24 +163,31 @@ CubeRuns inGridRuns(const WorkCloud& cloud) {
     return {std::span<const double>(cloud.x).first(count),
             std::span<const double>(cloud.y).first(count),
             std::span<const double>(cloud.z).first(count),
-            std::span<const std::uint32_t>(cloud.cube).first(count)};
+            std::span<const std::uint32_t>(cloud.cube).first(count), cloud.stamp};
 }
 
 void walkCubes(Run& run, const CubeRuns& subject, const CubeRuns& reference, double zMin,
-               const SampleRule& rule, std::vector<WalkPart>& parts) {
+               const SampleRule& rule, WalkScratch& scratch) {
     const WalkLimits limits{zMin, run.options.ZMAX, run.options.NUMPPC};
     const std::size_t subjectCount = subject.cube.size();
     const std::size_t partCount = partCountFor(run, subjectCount);
+    std::vector<WalkPart>& parts = scratch.parts;
+    const SamplingKey wanted{subject.stamp, subjectCount, limits.zMin, limits.zMax,
+                             limits.samplesPerCube, partCount};
+    const bool isSampled = isSampledAlready(scratch.sampled, wanted) && parts.size() == partCount;
     parts.resize(partCount);
-    std::vector<std::size_t> begins(partCount + 1);
-    for (std::size_t k = 0; k <= partCount; ++k) {
-        begins[k] = cubeStart(subject, partBegin(subjectCount, k, partCount));
-        parts[std::min(k, partCount - 1)].accepted.clear();
-        parts[std::min(k, partCount - 1)].hasTooManyPoints = false;
+    std::vector<std::size_t> begins;
+    if (!isSampled) {
+        begins.resize(partCount + 1);
+        for (std::size_t k = 0; k <= partCount; ++k) {
+            begins[k] = cubeStart(subject, partBegin(subjectCount, k, partCount));
+        }
     }
     runParts(run.state.workers.get(), partCount, [&](std::size_t k) {
-        walkPart(subject, reference, limits, rule, begins[k], begins[k + 1], parts[k]);
+        if (!isSampled) samplePart(subject, limits, begins[k], begins[k + 1], parts[k]);
+        walkPart(subject, reference, limits, rule, parts[k]);
     });
+    scratch.sampled = wanted;
 }
 
 void stopForTooManyPoints() {

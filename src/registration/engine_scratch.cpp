@@ -11,6 +11,7 @@ void forgetKeys(Run& run) {
     EngineScratch& scratch = engineScratch(run);
     scratch.firstOrder.hasKeys = false;
     scratch.secondOrder.hasKeys = false;
+    scratch.walk.sampled = {};
 }
 
 }  // namespace sorvek

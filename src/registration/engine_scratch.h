@@ -14,7 +14,8 @@ struct EngineScratch {
     CubeOrderScratch firstOrder;     // ordering of the first cloud or its work copy
     CubeOrderScratch secondOrder;    // ordering of the second
     WorkCloud spare;                 // second array when a work cloud is put in order again
-    std::vector<WalkPart> walkParts; // what each part of the walk accepted
+    WalkScratch walk;                // what each part of the walk accepted, and the
+                                     // sampling of the latest subject
 };
 
 EngineScratch& engineScratch(Run& run);

@@ -94,6 +94,8 @@ struct WorkCloud {
     std::vector<std::uint32_t> cube;     // ascending over the first inGridCount points; the
                                          // out-of-grid index for the rest
     std::size_t inGridCount = 0;         // points inside the grid, which come first
+    std::uint64_t stamp = 0;             // new whenever the points change, never repeated;
+                                         // 0 for a cloud made by hand: nothing kept of it
 };
 
 struct PairState {

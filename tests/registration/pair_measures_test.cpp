@@ -231,6 +231,51 @@ TEST(PairMeasure, TooManyPointsInOneCubeEndTheRunWithStatusZero) {
     EXPECT_TRUE(result.out.ends_with("Sorting Data\ntoo many points!! Decrease cube search size!!! \n")) << result.out;
 }
 
+// The walk keeps its sampling of a subject between walks. Walking the same subject cloud
+// again, after the sampling limits change, after the subject is turned in place, and with
+// the roles of the clouds swapped must give what fresh copies give: a kept sampling that
+// outlives its subject would show as a different count or RMS.
+TEST(PairMeasure, KeptSamplingOfTheSubjectFollowsItsChanges) {
+    sorvek::Run run;
+    run.options.MINNUMPTS = 10;
+    Cloud first = namedGround(0.2, 0.0, 1), second = namedGround(0.15, 4.0, 2);
+    gridAndSort(run, first, second);
+    WorkCloud subject = workOf(run, second);
+    WorkCloud reference = workOf(run, first);
+    const auto expectSame = [&](const char* step) {
+        SCOPED_TRACE(step);
+        std::int32_t kept = -1, fresh = -2;
+        const double rms = measurePairRms(run, subject, reference, 0.05, kept, run.options.ZMIN);
+        WorkCloud copy = subject;
+        markChanged(copy);
+        const double expected = measurePairRms(run, copy, reference, 0.05, fresh, run.options.ZMIN);
+        EXPECT_GT(fresh, 20);
+        EXPECT_EQ(kept, fresh);
+        EXPECT_EQ(std::memcmp(&rms, &expected, sizeof rms), 0) << rms << " vs " << expected;
+        measurePairRms(run, subject, reference, 0.05, kept, run.options.ZMIN);  // kept for the next step
+    };
+    expectSame("first walk");
+    expectSame("same subject again");
+    run.options.NUMPPC = 4;
+    expectSame("fewer samples a cube");
+    run.options.ZMAX = 0.02;
+    expectSame("a z cut");
+    // Both clouds placed anew on a finer grid: as many points, in another order.
+    run.options.dCX = run.options.dCY = run.options.dCZ = 0.5;
+    const CubeGrid finer =
+        layCubeGrid(run.options, overlapOf(computeBounds(first), computeBounds(second)), run.options.ZMIN);
+    CubeOrderScratch order;
+    placeTurned(run, second, turnAbout(0.0, 0.0, 0.0), finer, order, subject);
+    placeTurned(run, first, turnAbout(0.0, 0.0, 0.0), finer, order, reference);
+    expectSame("both on a finer grid");
+    std::int32_t swapped = -1, fresh = -2;
+    const double rms = measurePairRms(run, reference, subject, 0.05, swapped, run.options.ZMIN);
+    WorkCloud copy = reference;
+    markChanged(copy);
+    EXPECT_EQ(rms, measurePairRms(run, copy, subject, 0.05, fresh, run.options.ZMIN));
+    EXPECT_EQ(swapped, fresh);
+}
+
 // One sample (1, 0) whose foot on the plane x - y + 1 = 0 is (0, 1): the reference must
 // turn by -pi/2 about the origin to carry the foot onto the sample.
 TEST(RotationEstimator, TurnsASingleFootOntoItsSample) {

@@ -37,6 +37,23 @@ std::size_t cubeStart(const CubeRuns& cloud, std::size_t position) {
     return position;
 }
 
+// The first position at or after `from` whose cube is not below `cube`: steps that double
+// from `from`, then halving, so that a run just ahead is found in a few looks.
+std::size_t firstNotBelow(std::span<const std::uint32_t> cubes, std::size_t from,
+                          std::uint32_t cube) {
+    std::size_t below = from;  // every position before it is below `cube`
+    std::size_t step = 1;
+    while (below < cubes.size() && cubes[below] < cube) {
+        below += step;
+        step *= 2;
+    }
+    const std::size_t low = below - step / 2;  // the last probe below `cube`, or `from`
+    const std::size_t high = std::min(below, cubes.size());
+    return static_cast<std::size_t>(std::lower_bound(cubes.begin() + static_cast<std::ptrdiff_t>(low),
+                                                     cubes.begin() + static_cast<std::ptrdiff_t>(high), cube) -
+                                    cubes.begin());
+}
+
 Point3 pointAt(const CubeRuns& cloud, std::size_t position) {
     return {cloud.x[position], cloud.y[position], cloud.z[position]};
 }
@@ -68,14 +85,13 @@ void takeSample(const CubeRuns& reference, const SampleRule& rule, const Point3&
 }
 
 // Every sample of a cube meets the same reference run.
-void sampleCube(const CubeRuns& subject, const CubeRuns& reference, std::size_t runBegin,
-                std::size_t runEnd, std::span<const std::int32_t> samples,
+void sampleCube(const CubeRuns& reference, std::size_t runBegin,
+                std::size_t runEnd, std::span<const Point3> samples,
                 const SampleRule& rule, WalkPart& part) {
     const ReferenceRun run{reference.x.data() + runBegin, reference.y.data() + runBegin,
                            reference.z.data() + runBegin, runEnd - runBegin,
                            static_cast<std::int32_t>(runBegin)};
-    for (const std::int32_t position : samples) {
-        const Point3 sample = pointAt(subject, static_cast<std::size_t>(position));
+    for (const Point3& sample : samples) {
         takeSample(reference, rule, sample, nearestInRun(run, sample.x, sample.y, sample.z),
                    part.accepted);
     }
@@ -117,34 +133,30 @@ void samplePart(const CubeRuns& subject, const WalkLimits& limits, std::size_t b
         const auto n = static_cast<std::int64_t>(part.candidates.size());
         for (std::int32_t k = 0; k < limits.samplesPerCube; ++k) {
             const std::int64_t place = (std::int64_t{k} * n) / limits.samplesPerCube;
-            part.samples.push_back(part.candidates[static_cast<std::size_t>(place)]);
+            const auto chosen = static_cast<std::size_t>(part.candidates[static_cast<std::size_t>(place)]);
+            part.samples.push_back(pointAt(subject, chosen));
         }
     }
 }
 
 // The sampled cubes of a part against their reference runs.
-void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimits& limits,
+void walkPart(const CubeRuns& reference, const WalkLimits& limits,
               const SampleRule& rule, WalkPart& part) {
     part.accepted.clear();
     part.hasTooManyPoints = part.stopsForTooManyPoints;
     if (rule.measuresNothing || part.sampledCubes.empty()) return;
     const auto samplesNeeded = static_cast<std::size_t>(limits.samplesPerCube);
-    const std::span<const std::int32_t> samples(part.samples);
+    const std::span<const Point3> samples(part.samples);
     const auto cubes = reference.cube;
     std::size_t cursor = 0;
     for (const SampledCube& sampled : part.sampledCubes) {
         const std::uint32_t cube = sampled.cube;
-        if (cursor < cubes.size() && cubes[cursor] < cube) {
-            cursor = static_cast<std::size_t>(
-                std::lower_bound(cubes.begin() + static_cast<std::ptrdiff_t>(cursor), cubes.end(), cube) -
-                cubes.begin());
-        }
-        const std::size_t runBegin = cursor;
-        while (cursor < cubes.size() && cubes[cursor] == cube) ++cursor;
+        const std::size_t runBegin = firstNotBelow(cubes, cursor, cube);
+        cursor = firstNotBelow(cubes, runBegin, cube + 1);
         // Every sample of a cube counts the same reference run, whatever the distances:
         // the cube passes the neighbour test or is dropped whole.
         if (cursor - runBegin < samplesNeeded) continue;
-        sampleCube(subject, reference, runBegin, cursor,
+        sampleCube(reference, runBegin, cursor,
                    samples.subspan(sampled.firstSample, samplesNeeded), rule, part);
     }
 }
@@ -185,7 +197,7 @@ void walkCubes(Run& run, const CubeRuns& subject, const CubeRuns& reference, dou
     }
     runParts(run.state.workers.get(), partCount, [&](std::size_t k) {
         if (!isSampled) samplePart(subject, limits, begins[k], begins[k + 1], parts[k]);
-        walkPart(subject, reference, limits, rule, parts[k]);
+        walkPart(reference, limits, rule, parts[k]);
     });
     scratch.sampled = wanted;
 }

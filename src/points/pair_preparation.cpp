@@ -76,8 +76,8 @@ void measureInitialRms(Run& run) {
     const double zMin = run.options.ZMIN;
     std::int32_t acceptedCount = 0;
     // The walk reads coordinates apart; the work copies serve, as the solvers remake them.
-    copySorted(pair.firstCloud, run.state.cubeCount, pair.firstWork);
-    copySorted(pair.secondCloud, run.state.cubeCount, pair.secondWork);
+    copySorted(run, pair.firstCloud, run.state.cubeCount, pair.firstWork);
+    copySorted(run, pair.secondCloud, run.state.cubeCount, pair.secondWork);
     const double rms21 = measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance,
                                         acceptedCount, zMin);
     pair.initialRms21 = static_cast<float>(rms21);

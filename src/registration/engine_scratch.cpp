@@ -14,4 +14,11 @@ void forgetKeys(Run& run) {
     scratch.walk.sampled = {};
 }
 
+void splitSources(Run& run) {
+    forgetKeys(run);
+    EngineScratch& scratch = engineScratch(run);
+    splitCoordinates(run, run.pair.firstCloud, scratch.firstSource);
+    splitCoordinates(run, run.pair.secondCloud, scratch.secondSource);
+}
+
 }  // namespace sorvek

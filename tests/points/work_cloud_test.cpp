@@ -87,10 +87,12 @@ TEST(WorkCloud, PlacesATurnedCloudAsATurnedSortedCopyWouldHoldIt) {
             const Turn turn = turnAbout(0.003, 1001.5, 1999.25);
             CubeOrderScratch scratch;
             WorkCloud cloud;
+            CloudCoordinates coordinates;
+            splitCoordinates(run, source, coordinates);
             // Keys taken under a wrong guess must not be used; under the right one they are.
             for (const CubeGrid& guess : std::initializer_list<CubeGrid>{layCubeGrid(run.options, {0, 0, 9, 0, 9, 0, 9}, 0.0), grid}) {
-                turnedBounds(run, source, turn, guess, scratch);
-                placeTurned(run, source, turn, grid, scratch, cloud);
+                turnedBounds(run, coordinates, turn, guess, scratch);
+                placeTurned(run, coordinates, turn, grid, scratch, cloud);
                 expectSame(cloud, turnedAndSorted(source, turn, grid), grid);
             }
             // Put in order again on another grid, stably from the order it has.
@@ -123,7 +125,9 @@ TEST(WorkCloud, TakesTheBoundsOfATurnedCloudAsComputeBoundsDoes) {
             SCOPED_TRACE(::testing::Message() << c.name << ", " << threads << " threads");
             sorvek::Run run = runWithThreads(threads, 1.0);
             CubeOrderScratch scratch;
-            const CloudBounds got = turnedBounds(run, c.cloud, turn, CubeGrid{}, scratch);
+            CloudCoordinates coordinates;
+            splitCoordinates(run, c.cloud, coordinates);
+            const CloudBounds got = turnedBounds(run, coordinates, turn, CubeGrid{}, scratch);
             Cloud copy;
             rotatedCopy(c.cloud, 0.002, 1000.0, 2000.0, copy);
             const CloudBounds want = computeBounds(copy);

@@ -37,7 +37,7 @@ Point3 pointOf(const PointRecord& record) { return {record.x, record.y, record.z
 // copied as they stand, their in-grid points being those below the grid's cube count.
 WorkCloud workOf(const Run& run, const Cloud& sorted) {
     WorkCloud cloud;
-    copySorted(sorted, run.state.cubeCount, cloud);
+    copySorted(run, sorted, run.state.cubeCount, cloud);
     return cloud;
 }
 
@@ -265,8 +265,11 @@ TEST(PairMeasure, KeptSamplingOfTheSubjectFollowsItsChanges) {
     const CubeGrid finer =
         layCubeGrid(run.options, overlapOf(computeBounds(first), computeBounds(second)), run.options.ZMIN);
     CubeOrderScratch order;
-    placeTurned(run, second, turnAbout(0.0, 0.0, 0.0), finer, order, subject);
-    placeTurned(run, first, turnAbout(0.0, 0.0, 0.0), finer, order, reference);
+    CloudCoordinates coordinates;
+    splitCoordinates(run, second, coordinates);
+    placeTurned(run, coordinates, turnAbout(0.0, 0.0, 0.0), finer, order, subject);
+    splitCoordinates(run, first, coordinates);
+    placeTurned(run, coordinates, turnAbout(0.0, 0.0, 0.0), finer, order, reference);
     expectSame("both on a finer grid");
     std::int32_t swapped = -1, fresh = -2;
     const double rms = measurePairRms(run, reference, subject, 0.05, swapped, run.options.ZMIN);

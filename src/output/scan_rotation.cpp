@@ -243,7 +243,7 @@ void rotateExchangeScan(Run& run, const ScanRecord& scan, PointFileKind kind,
     const ScanTurn turn = chooseTurn(run, table, scan, points.pointCount);
     for (auto chunk = nextExchangeChunk(points); !chunk.empty();
          chunk = nextExchangeChunk(points)) {
-        for (const RawPoint& raw : chunk) {
+        for (const Point3& raw : chunk) {
             const TextPointLine point = textPointLineOf(raw.x, raw.y, raw.z);
             if (point.hasPoint) writeTextPoint(run, scan, turn, point, output);
         }

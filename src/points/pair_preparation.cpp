@@ -17,7 +17,7 @@ namespace sorvek {
 namespace {
 
 // Mode 5 has no scan table; the text reader then has no use for a position.
-ScanPosition placeOf(const Run& run, std::int32_t scanIndex) {
+Point3 placeOf(const Run& run, std::int32_t scanIndex) {
     const auto& scans = run.state.scans;
     const bool isInTable = scanIndex >= 0 && static_cast<std::size_t>(scanIndex) < scans.size();
     if (run.state.runMode == 5 || !isInTable) return {};

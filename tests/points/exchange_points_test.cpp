@@ -41,7 +41,7 @@ Cloud spiralAtSurveyOrigin() {
 
 struct ReadBack {
     bool isOpened = false;
-    std::vector<RawPoint> points;
+    std::vector<Point3> points;
     std::string out;  // standard output, the file's path written as @
 };
 
@@ -84,7 +84,7 @@ TEST(LasReader, ReadsEveryFormatAtItsQuantisationWhateverSurroundsThePoints) {
         EXPECT_EQ(read.out, "");
         std::size_t wrongCount = 0;
         for (std::size_t i = 0; i < cloud.size(); ++i) {
-            const RawPoint& p = read.points[i];
+            const Point3& p = read.points[i];
             const bool isExact = p.x == synth::lasQuantised(cloud[i].x, c.scale, 512000.0) &&
                                  p.y == synth::lasQuantised(cloud[i].y, c.scale, 4200000.0) &&
                                  p.z == synth::lasQuantised(cloud[i].z, c.scale, 40.0);
@@ -114,7 +114,7 @@ TEST(PlyReader, ReadsEveryEncodingWithPropertiesAndListsAroundTheCoordinates) {
                 ASSERT_EQ(read.points.size(), cloud.size());
                 std::size_t wrongCount = 0;
                 for (std::size_t i = 0; i < cloud.size(); ++i) {
-                    const RawPoint& p = read.points[i];
+                    const Point3& p = read.points[i];
                     const PointRecord& q = cloud[i];
                     const bool isSame = isDouble ? (p.x == q.x && p.y == q.y && p.z == q.z)
                                                  : (static_cast<float>(p.x) == static_cast<float>(q.x) &&

@@ -23,7 +23,7 @@ struct Loaded {
     std::string out;  // standard output, the file's path written as @
 };
 
-Loaded load(const Run& run, const fs::path& path, const ScanPosition& scan) {
+Loaded load(const Run& run, const fs::path& path, const Point3& scan) {
     Loaded loaded;
     ::testing::internal::CaptureStdout();
     loaded.cliffDistance = loadPointFile(run, path.string(), scan, loaded.cloud, loaded.bounds, true);
@@ -86,7 +86,7 @@ TEST(PointLoading, LasAndPlyLoadExactlyAsTheTextReaderLoadsTheSameCoordinates) {
     sorvek::Run run;
     run.options.TRANSX = 512000.0, run.options.TRANSY = 4200000.0;
     run.options.XMAX = 25.0, run.options.MAXRANGE = 30.0, run.options.ZMIN = 0.0;
-    const ScanPosition scanner{10.0, 5.0, 52.0};
+    const Point3 scanner{10.0, 5.0, 52.0};
     for (const char* phase : {"registration", "rms", "mode 5"}) {
         SCOPED_TRACE(phase);
         run.state.rmsPhase = std::string(phase) == "rms";

@@ -112,13 +112,18 @@ std::int32_t prepareScanPair(Run& run) {
         moveIntoSurveyFrame(run, pair.firstIndex, pair.firstCloud);
         moveIntoSurveyFrame(run, pair.secondIndex, pair.secondCloud);
     }
+    gridPairOnOverlap(run);
+    if (runMode != 1 && runMode != 5 && runMode != 6) return 1;
+    measureInitialRms(run);
+    return 1;
+}
+
+void gridPairOnOverlap(Run& run) {
+    PairState& pair = run.pair;
     pair.firstBounds = computeBounds(pair.firstCloud);
     pair.secondBounds = computeBounds(pair.secondCloud);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
     assignAndSort(run);
-    if (runMode != 1 && runMode != 5 && runMode != 6) return 1;
-    measureInitialRms(run);
-    return 1;
 }
 
 }  // namespace sorvek

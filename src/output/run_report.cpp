@@ -40,9 +40,8 @@ std::vector<RotationEntry> registeredRotations(const std::string& regPath) {
     return rotationEntriesOf(readRegistrationPairs(loading, entryCount));
 }
 
-bool isAdjusted(const Run& run) {
-    return run.options.ROTADJUST != 0 && !run.state.adjustedRotations.empty();
-}
+// The rotation stage keeps adjusted rotations only when ROTADJUST asked for them.
+bool isAdjusted(const Run& run) { return !run.state.adjustedRotations.empty(); }
 
 std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntry> rotations) {
     std::vector<ReportScan> scans;
@@ -55,10 +54,8 @@ std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntr
         scan.rotation = rotationStatsOf(rotations, record.scanId);
         // With ROTADJUST the rotation stage turned the scan by its adjusted rotation: the
         // report shows what was applied, beside the entries it came from.
-        if (isAdjusted(run)) {
-            scan.rotation.meanDeg =
-                adjustedRotation(run.state.adjustedRotations, record.scanId, scan.rotation.meanDeg);
-        }
+        scan.rotation.meanDeg =
+            adjustedRotation(run.state.adjustedRotations, record.scanId, scan.rotation.meanDeg);
         scans.push_back(scan);
     }
     return scans;

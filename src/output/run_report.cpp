@@ -12,6 +12,7 @@
 #include "output/report_page.h"
 #include "output/report_text.h"
 #include "output/rotation_table.h"
+#include "points/point_file_kind.h"
 #include "run/output_file.h"
 #include "run/run_modes.h"
 
@@ -120,7 +121,8 @@ void listFiles(const Run& run, ReportContent& content) {
     content.filesRead.push_back(noteOf(state.optionPath, "option file"));
     content.filesRead.push_back(noteOf(state.databasePath, "survey database"));
     for (const ScanRecord& scan : state.scans) {
-        content.filesRead.push_back(noteOf(scan.fileName, formatted("points of scan %i as surveyed", scan.scanId)));
+        content.filesRead.push_back(
+            noteOf(scanPointFile(scan.fileName), formatted("points of scan %i as surveyed", scan.scanId)));
         if (evaluates(mode) && content.isLine && run.options.FILEEXT == 0) {
             content.filesRead.push_back(noteOf(lineRmsPassFileName(0, scan.fileName),
                                                formatted("rotated points of scan %i, for the RMS pass", scan.scanId)));

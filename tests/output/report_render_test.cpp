@@ -1,7 +1,7 @@
-// The report of a generated line and of a generated site, written by the real program and
-// opened in headless Chromium: it renders without a console message, every picture
-// decodes, and the page holds each pair's values exactly as the result files give them.
-// The screenshots stay in report_screenshots/ of the test folder for a person to see.
+// The report of a generated line and of a generated site, written by the real program:
+// every picture decodes, and the page holds each pair's values exactly as the result files
+// give them. The line's page is opened in headless Chromium, renders without a console
+// message, and its screenshot stays in report_screenshots/ of the test folder.
 
 #include <gtest/gtest.h>
 
@@ -138,17 +138,13 @@ TEST(ReportRender, LineReportHoldsTheResultRowsAndRendersCleanly) {
     fs::remove_all(job.dir);
 }
 
-TEST(ReportRender, SiteReportHoldsTheRegistrationRowsAndRendersCleanly) {
+TEST(ReportRender, SiteReportHoldsTheRegistrationRowsAndTwoPicturesPerPair) {
     const SurveyJob job = testing::makeSurveyJob("report-site", testing::smallSpec("site", "north", 4, 20000));
     runFlagged(job, "6", "site.html");
     const std::string page = testing::readFile(job.dir / "site.html");
     expectRowsInPage(page, job.dir / "jobreg.csv", registrationColumns, 2);
     const std::size_t pairCount = testing::readRows(job.dir / "jobreg.csv").size();
     EXPECT_EQ(checkPictures(page), 2 * pairCount);
-    if (!hasChromium()) GTEST_SKIP() << "chromium is not installed; tools/install-deps.sh installs it";
-    const Rendering rendering = render(job.dir / "site.html", "site.png");
-    EXPECT_EQ(rendering.consoleLines, "");
-    expectRowsInPage(rendering.dom, job.dir / "jobreg.csv", registrationColumns, 2);
     fs::remove_all(job.dir);
 }
 

@@ -137,23 +137,5 @@ TEST(WorkCloud, TakesTheBoundsOfATurnedCloudAsComputeBoundsDoes) {
     }
 }
 
-// Sorting records by any 32-bit keys through the places, with one thread or several.
-TEST(SortByCube, MatchesAStableSortWithSeveralThreads) {
-    std::mt19937 random(9);
-    for (const std::uint32_t high : {7U, 70000U, 0xFFFFFFFFU}) {
-        SCOPED_TRACE(high);
-        std::uniform_int_distribution<std::uint32_t> key(0, high);
-        Cloud cloud(30000);
-        for (std::uint32_t i = 0; i < cloud.size(); ++i) cloud[i] = {0.5 * i, 0, 0, key(random), i};
-        Cloud expected = cloud;
-        std::stable_sort(expected.begin(), expected.end(), [](const PointRecord& a, const PointRecord& b) { return a.cube < b.cube; });
-        sorvek::Run run = runWithThreads(3, 1.0);
-        sortByCube(run, cloud);
-        EXPECT_TRUE(std::equal(cloud.begin(), cloud.end(), expected.begin(), [](const PointRecord& a, const PointRecord& b) {
-            return a.cube == b.cube && a.spare == b.spare;
-        }));
-    }
-}
-
 }  // namespace
 }  // namespace sorvek

@@ -133,13 +133,17 @@ TEST(ReportRender, LineReportHoldsTheResultRowsAndRendersCleanly) {
     fs::remove_all(job.dir);
 }
 
-TEST(ReportRender, SiteReportHoldsTheRegistrationRowsAndTwoPicturesPerPair) {
+TEST(ReportRender, SiteReportHoldsTheRegistrationRowsAndRendersCleanly) {
     const SurveyJob job = testing::makeSurveyJob("report-site", testing::smallSpec("site", "north", 4, 20000));
     runFlagged(job, "6", "site.html");
     const std::string page = testing::readFile(job.dir / "site.html");
     expectRowsInPage(page, job.dir / "jobreg.csv", registrationColumns, 2);
     const std::size_t pairCount = testing::readRows(job.dir / "jobreg.csv").size();
     EXPECT_EQ(checkPictures(page), 2 * pairCount);
+    if (!hasChromium()) GTEST_SKIP() << "chromium is not installed; tools/install-deps.sh installs it";
+    const Rendering rendering = render(job.dir / "site.html", "site.png");
+    EXPECT_EQ(rendering.consoleLines, "");
+    expectRowsInPage(rendering.dom, job.dir / "jobreg.csv", registrationColumns, 2);
     fs::remove_all(job.dir);
 }
 

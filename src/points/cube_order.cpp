@@ -66,8 +66,8 @@ void countByCube(Run& run, CubeOrderScratch& scratch, std::size_t partCount,
 }
 
 // One stable scatter of (key, position) by the digit at `shift`.
-void scatterByDigit(const std::vector<std::uint32_t>& keys, const std::vector<std::uint32_t>& order,
-                    std::vector<std::uint32_t>& toKeys, std::vector<std::uint32_t>& toOrder,
+void scatterByDigit(const LargeArray<std::uint32_t>& keys, const LargeArray<std::uint32_t>& order,
+                    LargeArray<std::uint32_t>& toKeys, LargeArray<std::uint32_t>& toOrder,
                     int shift) {
     std::array<std::size_t, digitBuckets> next{};
     for (const std::uint32_t key : keys) ++next[(key >> shift) & digitMask];
@@ -86,12 +86,12 @@ void scatterByDigit(const std::vector<std::uint32_t>& keys, const std::vector<st
 
 void rankByRadix(CubeOrderScratch& scratch) {
     const std::size_t pointCount = scratch.keys.size();
-    std::vector<std::uint32_t>& keys = scratch.radixKeys;
-    std::vector<std::uint32_t>& order = scratch.radixOrder;
+    LargeArray<std::uint32_t>& keys = scratch.radixKeys;
+    LargeArray<std::uint32_t>& order = scratch.radixOrder;
     keys.assign(scratch.keys.begin(), scratch.keys.end());
     order.resize(pointCount);
     for (std::size_t i = 0; i < pointCount; ++i) order[i] = static_cast<std::uint32_t>(i);
-    std::vector<std::uint32_t>& spareKeys = scratch.radixSpareKeys;
+    LargeArray<std::uint32_t>& spareKeys = scratch.radixSpareKeys;
     spareKeys.resize(pointCount);
     scratch.radixSpare.resize(pointCount);
     std::uint32_t allBits = 0;  // the bits in which some key differs from the first

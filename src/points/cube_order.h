@@ -16,14 +16,14 @@ namespace sorvek {
 
 // Scratch of one cloud's ordering, kept from pass to pass with its capacity.
 struct CubeOrderScratch {
-    std::vector<std::uint32_t> keys;       // cube of each point, in the cloud's present order
-    std::vector<std::uint32_t> ranks;      // place of each point in cube order
-    std::vector<std::uint32_t> counts;     // counting sort: points per part and cube, then
+    LargeArray<std::uint32_t> keys;       // cube of each point, in the cloud's present order
+    LargeArray<std::uint32_t> ranks;      // place of each point in cube order
+    LargeArray<std::uint32_t> counts;     // counting sort: points per part and cube, then
                                            // the next free place of each
-    std::vector<std::uint32_t> radixOrder; // radix sort: positions in cube order
-    std::vector<std::uint32_t> radixSpare; // radix sort: its second arrays
-    std::vector<std::uint32_t> radixKeys;
-    std::vector<std::uint32_t> radixSpareKeys;
+    LargeArray<std::uint32_t> radixOrder; // radix sort: positions in cube order
+    LargeArray<std::uint32_t> radixSpare; // radix sort: its second arrays
+    LargeArray<std::uint32_t> radixKeys;
+    LargeArray<std::uint32_t> radixSpareKeys;
     CubeGrid keyGrid;                      // the grid `keys` belong to
     Turn keyTurn;                          // the turn of the source they were taken after
     const double* keySource = nullptr;     // x of the source they were taken from

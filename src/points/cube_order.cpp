@@ -111,13 +111,6 @@ void rankByRadix(CubeOrderScratch& scratch) {
 
 }  // namespace
 
-std::size_t partBegin(std::size_t pointCount, std::size_t part, std::size_t partCount) {
-    // Whole shares first, so that nothing overflows; the shares differ by one at most.
-    const std::size_t share = pointCount / partCount;
-    const std::size_t rest = pointCount % partCount;
-    return share * part + (rest * part) / partCount;
-}
-
 std::size_t countingParts(const Run& run, std::size_t pointCount, std::size_t bucketCount) {
     const std::size_t budget = countBudget(pointCount);
     if (bucketCount == 0 || bucketCount > budget) return 0;

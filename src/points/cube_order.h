@@ -11,6 +11,7 @@
 #include "points/cube_grid.h"
 #include "points/transforms.h"
 #include "run/records.h"
+#include "run/worker_pool.h"
 
 namespace sorvek {
 
@@ -36,9 +37,6 @@ struct CubeOrderScratch {
 // the grid has far more cubes than the cloud has points, a radix sort (parts 0), so that
 // no memory in proportion to a huge cube count is ever taken.
 std::size_t countingParts(const Run& run, std::size_t pointCount, std::size_t bucketCount);
-
-// The first point of part `part` of `partCount` equal shares of `pointCount` points.
-std::size_t partBegin(std::size_t pointCount, std::size_t part, std::size_t partCount);
 
 // The row of counts of part `part`, zeroed, for a caller that counts while it computes
 // the keys; `counts` is sized for `partCount` rows of `bucketCount`.

@@ -125,12 +125,16 @@ void clearCounts(CubeOrderScratch& scratch, std::size_t partCount, std::size_t b
 
 CubePlaces preparePlaces(Run& run, CubeOrderScratch& scratch, std::size_t bucketCount) {
     const std::size_t partCount = countingParts(run, scratch.keys.size(), bucketCount);
+    const auto lastBucket = static_cast<std::uint32_t>(bucketCount - 1);
     if (partCount == 0) {
         rankByRadix(scratch);
-        return {true, 1, bucketCount};
+        const LargeArray<std::uint32_t>& sorted = scratch.radixKeys;
+        const auto before = std::lower_bound(sorted.begin(), sorted.end(), lastBucket) - sorted.begin();
+        return {true, 1, bucketCount, static_cast<std::size_t>(before)};
     }
     countByCube(run, scratch, partCount, bucketCount);
-    return {false, partCount, bucketCount};
+    // Part 0's place in the last bucket is the first place of that bucket.
+    return {false, partCount, bucketCount, scratch.counts[lastBucket]};
 }
 
 void rankByCube(Run& run, CubeOrderScratch& scratch, std::size_t bucketCount) {

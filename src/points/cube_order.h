@@ -49,6 +49,8 @@ struct CubePlaces {
     bool isRanked = false;      // scratch.ranks holds every place
     std::size_t partCount = 1;  // the parts that must hand out the places
     std::size_t bucketCount = 0;
+    std::size_t beforeLastBucket = 0;  // points in every bucket but the last: the in-grid
+                                       // points, when the last is the out-of-grid one
 };
 
 // Gets the places ready from scratch.keys (each below `bucketCount`). When the counts are

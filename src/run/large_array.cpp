@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <cstdint>
+#include <mutex>
 #include <new>
 
 namespace sorvek {
@@ -28,6 +29,53 @@ std::size_t roundedUp(std::size_t bytes) { return (bytes + pageSize - 1) / pageS
 
 bool isMapped(std::size_t bytes) { return mapsLargeArrays && bytes >= largeArrayBytes; }
 
+// A few mappings given back are kept for the next array of the same length: a pair's
+// arrays come and go in equal sizes, and a kept mapping needs no fresh pages from the
+// system, which clears every page it hands out.
+constexpr std::size_t keptMappings = 2;
+struct KeptMappings {
+    std::mutex mutex;
+    void* memory[keptMappings] = {};
+    std::size_t length[keptMappings] = {};
+};
+
+KeptMappings& kept() {
+    static KeptMappings mappings;
+    return mappings;
+}
+
+void* takeKept(std::size_t length) {
+    KeptMappings& mappings = kept();
+    const std::lock_guard<std::mutex> lock(mappings.mutex);
+    for (std::size_t k = 0; k < keptMappings; ++k) {
+        if (mappings.memory[k] != nullptr && mappings.length[k] == length) {
+            void* memory = mappings.memory[k];
+            mappings.memory[k] = nullptr;
+            return memory;
+        }
+    }
+    return nullptr;
+}
+
+// Keeps `memory`, giving back the oldest kept mapping when every place is taken.
+void keep(void* memory, std::size_t length) {
+    KeptMappings& mappings = kept();
+    void* dropped = nullptr;
+    std::size_t droppedLength = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mappings.mutex);
+        dropped = mappings.memory[keptMappings - 1];
+        droppedLength = mappings.length[keptMappings - 1];
+        for (std::size_t k = keptMappings - 1; k > 0; --k) {
+            mappings.memory[k] = mappings.memory[k - 1];
+            mappings.length[k] = mappings.length[k - 1];
+        }
+        mappings.memory[0] = memory;
+        mappings.length[0] = length;
+    }
+    if (dropped != nullptr) munmap(dropped, droppedLength);
+}
+
 }  // namespace
 
 void* allocateLarge(std::size_t bytes) {
@@ -35,6 +83,7 @@ void* allocateLarge(std::size_t bytes) {
     // One page more than needed, so that an aligned start can be cut out of it; the
     // length is whole pages, so that the last one can be a large page too.
     const std::size_t length = roundedUp(bytes);
+    if (void* reused = takeKept(length)) return reused;
     void* mapped = mmap(nullptr, length + pageSize, PROT_READ | PROT_WRITE,
                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED) throw std::bad_alloc();
@@ -56,7 +105,7 @@ void releaseLarge(void* memory, std::size_t bytes) noexcept {
         ::operator delete(memory);
         return;
     }
-    munmap(memory, roundedUp(bytes));
+    keep(memory, roundedUp(bytes));
 }
 
 }  // namespace sorvek

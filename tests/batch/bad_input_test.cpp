@@ -7,7 +7,7 @@
 #include <cstring>
 #include <functional>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 
 namespace sorvek {
 namespace {
@@ -77,21 +77,20 @@ TEST(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
          "Make sure this file is in the same directory as the program \nUSING DEFAULT VALUES!!!!\n",
          0, 0, 3},
     };
-    const Rows cleanRows = testing::readRows(testing::cleanLineJob().dir / "jobreg.csv");
+    const Rows cleanRows = testing::readRows(testing::cleanLineJob().dir.path / "jobreg.csv");
     for (const Damage& damage : damages) {
         SCOPED_TRACE(damage.name);
         const SurveyJob job = testing::copyJob(testing::cleanLineJob(), damage.name);
-        damage.apply(job.dir);
+        damage.apply(job.dir.path);
         const testing::SessionResult result =
             damage.options ? testing::runMode(job, 1, std::string(quickSolvers) + damage.options)
-                           : testing::runSorvek(job.dir, {"job.txt"}, "1\n\n\n");
+                           : testing::runSorvek(job.dir.path, {"job.txt"}, "1\n\n\n");
         EXPECT_NE(result.out.find(damage.expectedOut), std::string::npos) << result.out;
         EXPECT_EQ(result.exitCode, damage.exitCode);
-        const Rows rows = testing::readRows(job.dir / "jobreg.csv");
+        const Rows rows = testing::readRows(job.dir.path / "jobreg.csv");
         EXPECT_EQ(rows.size(), damage.rowCount);
         EXPECT_EQ(Rows(rows.begin(), rows.begin() + static_cast<long>(std::min(damage.keptRows, rows.size()))),
                   Rows(cleanRows.begin(), cleanRows.begin() + static_cast<long>(damage.keptRows)));
-        fs::remove_all(job.dir);
     }
 }
 
@@ -119,19 +118,18 @@ TEST(BadInput, RotationStageKeepsEveryScanTheDamageDoesNotReach) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         const SurveyJob job = testing::copyJob(testing::cleanLineJob(), c.name);
-        c.apply(job.dir);
+        c.apply(job.dir.path);
         // The kept files are written anew, not left from the clean run.
-        for (int scan : c.keptScans) fs::remove(job.dir / testing::rotatedScanFile(scan));
+        for (int scan : c.keptScans) fs::remove(job.dir.path / testing::rotatedScanFile(scan));
         const testing::SessionResult result = testing::runMode(job, 2, quickSolvers);
         EXPECT_NE(result.out.find(c.expectedOut), std::string::npos);
         EXPECT_EQ(result.exitCode, 0);
         for (int scan : c.keptScans) {
             SCOPED_TRACE(scan);
-            const std::string rotated = testing::readFile(job.dir / testing::rotatedScanFile(scan));
+            const std::string rotated = testing::readFile(job.dir.path / testing::rotatedScanFile(scan));
             EXPECT_FALSE(rotated.empty());
-            EXPECT_EQ(rotated, testing::readFile(testing::cleanLineJob().dir / testing::rotatedScanFile(scan)));
+            EXPECT_EQ(rotated, testing::readFile(testing::cleanLineJob().dir.path / testing::rotatedScanFile(scan)));
         }
-        fs::remove_all(job.dir);
     }
 }
 
@@ -147,7 +145,8 @@ constexpr bool allocationFailureThrows = true;
 // a size beyond 32 bits is printed as it is.
 TEST(OutOfMemory, EndsTheRunWithOneLineAndExitOne) {
     if (!allocationFailureThrows) GTEST_SKIP() << "the sanitizer's allocator does not throw";
-    const fs::path dir = testing::makeScratchDir("memory");
+    const testing::ScratchDir scratch("memory");
+    const fs::path& dir = scratch.path;
     testing::writeFile(dir / "small.bxyz", recordsOf(1.0, 4));
     testing::writeFile(dir / "big.bxyz", "");
     fs::resize_file(dir / "big.bxyz", std::uintmax_t{3} << 30);  // sparse: no disk used
@@ -156,7 +155,6 @@ TEST(OutOfMemory, EndsTheRunWithOneLineAndExitOne) {
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err, "sorvek: out of memory\n");
     EXPECT_NE(result.out.find("file size: 3221225472\nnumpts: 100663296\n"), std::string::npos);
-    fs::remove_all(dir);
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 
 namespace sorvek {
 namespace {
@@ -41,8 +41,8 @@ double largestDifference(const Rows& rows, const Rows& reference, std::size_t co
 TEST(FormatJobs, LasAndPlyLinesAlignAsTheSameLineInBxyz) {
     const SurveyJob binary = makeJobIn("bxyz", 4);
     testing::runMode(binary, 4);
-    const Rows binaryRotations = testing::readRows(binary.dir / "jobreg.csv");
-    const Rows binaryRms = testing::readRows(binary.dir / "jobrms.csv");
+    const Rows binaryRotations = testing::readRows(binary.dir.path / "jobreg.csv");
+    const Rows binaryRms = testing::readRows(binary.dir.path / "jobrms.csv");
     ASSERT_EQ(binaryRotations.size(), 3U);
     struct Case { const char* format; double rotationTolerance; };
     for (const Case& c : {Case{"las", 0.001}, Case{"ply", 1e-5}}) {
@@ -54,19 +54,17 @@ TEST(FormatJobs, LasAndPlyLinesAlignAsTheSameLineInBxyz) {
                   std::string::npos);
         EXPECT_NE(result.out.find("Loading data from file job_002_001_S002." + std::string(c.format) + " \n"),
                   std::string::npos);
-        const Rows rotations = testing::readRows(job.dir / "jobreg.csv");
-        EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"), testing::registeredPairs(binary.dir / "jobreg.csv"));
+        const Rows rotations = testing::readRows(job.dir.path / "jobreg.csv");
+        EXPECT_EQ(testing::registeredPairs(job.dir.path / "jobreg.csv"), testing::registeredPairs(binary.dir.path / "jobreg.csv"));
         EXPECT_LE(largestDifference(rotations, binaryRotations, 1), c.rotationTolerance);
         EXPECT_LE(largestDifference(rotations, binaryRotations, 3), c.rotationTolerance);
         EXPECT_LE(largestDifference(rotations, binaryRotations, 4), 0.0005);  // the solver's RMS
         // Only the weighted RMS of the evaluation is compared: the range column is the Cliff
         // Distance of rotated files that lie in different frames.
-        EXPECT_EQ(testing::evaluatedPairs(job.dir / "jobrms.csv"), testing::evaluatedPairs(binary.dir / "jobrms.csv"));
-        EXPECT_LE(largestDifference(testing::readRows(job.dir / "jobrms.csv"), binaryRms, 6), 0.0003);
-        EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"), "");
-        fs::remove_all(job.dir);
+        EXPECT_EQ(testing::evaluatedPairs(job.dir.path / "jobrms.csv"), testing::evaluatedPairs(binary.dir.path / "jobrms.csv"));
+        EXPECT_LE(largestDifference(testing::readRows(job.dir.path / "jobrms.csv"), binaryRms, 6), 0.0003);
+        EXPECT_EQ(testing::readFile(job.dir.path / "joblog.txt"), "");
     }
-    fs::remove_all(binary.dir);
 }
 
 // Scan 1 is compressed (LAZ) and scan 5 an E57 file under its .bxyz name: each read says so
@@ -74,24 +72,23 @@ TEST(FormatJobs, LasAndPlyLinesAlignAsTheSameLineInBxyz) {
 // scans 2 to 4 are registered as ever.
 TEST(FormatJobs, RefusedScansFailTheirPairsAndTheBatchGoesOn) {
     const SurveyJob job = makeJobIn("las", 5);
-    std::string compressed = testing::readFile(job.dir / "job_001_001_S001.las");
+    std::string compressed = testing::readFile(job.dir.path / "job_001_001_S001.las");
     compressed[104] = static_cast<char>(compressed[104] | 0x80);
-    testing::writeFile(job.dir / "job_001_001_S001.las", compressed);
-    testing::writeFile(job.dir / "job_005_001_S005.bxyz", "ASTM-E57" + std::string(200, '\0'));
+    testing::writeFile(job.dir.path / "job_001_001_S001.las", compressed);
+    testing::writeFile(job.dir.path / "job_005_001_S005.bxyz", "ASTM-E57" + std::string(200, '\0'));
     const testing::SessionResult result = testing::runMode(job, 1, testing::quickSolvers);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(testing::linesStartingWith(result.out, "job_001_001_S001.las is a compressed LAZ file").size(), 2U);
     EXPECT_EQ(testing::linesStartingWith(result.out, "job_005_001_S005.bxyz is an E57 file").size(), 2U);
-    EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"), (std::vector<std::string>{"3,2", "3,4"}));
+    EXPECT_EQ(testing::registeredPairs(job.dir.path / "jobreg.csv"), (std::vector<std::string>{"3,2", "3,4"}));
     const auto failed = [](const char* first, const char* second) {
         return "Unable to open files: " + std::string(first) + " \n and " + second +
                " \nPlease check your GPS file for an error here. \n";
     };
-    EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"),
+    EXPECT_EQ(testing::readFile(job.dir.path / "joblog.txt"),
               failed("job_001_001_S001.las", "job_002_001_S002.las") + failed("job_002_001_S002.las", "job_001_001_S001.las") +
                   failed("job_004_001_S004.las", "job_005_001_S005.bxyz") +
                   failed("job_005_001_S005.bxyz", "job_004_001_S004.las"));
-    fs::remove_all(job.dir);
 }
 
 }  // namespace

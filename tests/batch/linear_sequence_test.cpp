@@ -9,7 +9,7 @@
 #include <cmath>
 #include <map>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 
 namespace sorvek {
 namespace {
@@ -39,33 +39,31 @@ TEST(LinearRegistration, PairOrderFollowsTheStoresOfEachSolver) {
         const testing::SessionResult result =
             testing::runMode(job, 1, std::string(quickSolvers) + c.solver);
         EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"), c.pairs);
-        std::filesystem::remove_all(job.dir);
+        EXPECT_EQ(testing::registeredPairs(job.dir.path / "jobreg.csv"), c.pairs);
     }
 }
 
 TEST(LinearRegistration, MissingScanFileIsLoggedAndCostsTheRestOfTheTurn) {
     const SurveyJob job =
         testing::makeSurveyJob("missing", testing::smallSpec("line", "north", 6, 6000));
-    std::filesystem::remove(job.dir / testing::scanFile(3));
+    std::filesystem::remove(job.dir.path / testing::scanFile(3));
     const testing::SessionResult result = testing::runMode(job, 1, quickSolvers);
     // Scan 2 fails on its north side, scan 3 on its south side, and scan 4 on its south
     // side too, which costs scan 4 its north pair: scan 5 takes that pair as its south
     // pair, first scan first.
-    EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"),
+    EXPECT_EQ(testing::registeredPairs(job.dir.path / "jobreg.csv"),
               (std::vector<std::string>{"1,2", "5,4", "5,6"}));
-    EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"),
+    EXPECT_EQ(testing::readFile(job.dir.path / "joblog.txt"),
               testing::failedPairLog({{2, 3}, {3, 2}, {4, 3}}));
     EXPECT_EQ(testing::linesStartingWith(testing::withTimesZeroed(result.out),
                                          "Time for registration of scan "),
               (std::vector<std::string>{"1 is 0 seconds ", "5 is 0 seconds ", "6 is 0 seconds "}));
-    std::filesystem::remove_all(job.dir);
 }
 
 // Heading errors of the database per scan id, from the generator's truth file.
 std::map<std::string, double> headingErrors(const SurveyJob& job) {
     std::map<std::string, double> errors;
-    for (const auto& row : testing::readRows(job.dir / "job_truth.csv"))
+    for (const auto& row : testing::readRows(job.dir.path / "job_truth.csv"))
         errors[row[0]] = testing::number(row[4]);
     return errors;
 }
@@ -82,7 +80,7 @@ TEST(LinearRegistration, EverySolverUndoesTheHeadingErrorsPairByPair) {
          {"REGSOL 0\n", "REGSOL 1\nMAXDISTINITIAL 0.15\n", "REGSOL 2\nRMSTHRESH 0\nMAXITER 20\n"}) {
         SCOPED_TRACE(solver);
         testing::runMode(job, 1, solver);
-        const auto rows = testing::readRows(job.dir / "jobreg.csv");
+        const auto rows = testing::readRows(job.dir.path / "jobreg.csv");
         ASSERT_EQ(rows.size(), 4U);
         for (const auto& row : rows) {
             SCOPED_TRACE(row[0] + "," + row[2]);
@@ -92,7 +90,6 @@ TEST(LinearRegistration, EverySolverUndoesTheHeadingErrorsPairByPair) {
             EXPECT_NEAR(firstLeft, 0.0, 0.05);
         }
     }
-    std::filesystem::remove_all(job.dir);
 }
 
 // The direction with fewer accepted samples than MINNUMPTS shows 999 and enters the
@@ -101,21 +98,20 @@ TEST(LinearEvaluation, DirectionBelowMinnumptsEntersTheMeanWith999) {
     const SurveyJob job =
         testing::makeSurveyJob("minnumpts", testing::smallSpec("line", "north", 2, 12000));
     testing::runMode(job, 3, "FILEEXT 1\nMINNUMPTS 0\n");
-    const auto counted = testing::readRows(job.dir / "jobrms.csv").at(0);
+    const auto counted = testing::readRows(job.dir.path / "jobrms.csv").at(0);
     const double np12 = testing::number(counted[3]);
     const double np21 = testing::number(counted[5]);
     ASSERT_NE(np12, np21);
     const std::size_t shortRms = np12 < np21 ? 2 : 4;
     const std::size_t goodRms = 6 - shortRms;
     testing::runMode(job, 3, "FILEEXT 1\nMINNUMPTS " + counted[goodRms + 1] + "\n");
-    const auto row = testing::readRows(job.dir / "jobrms.csv").at(0);
+    const auto row = testing::readRows(job.dir.path / "jobrms.csv").at(0);
     EXPECT_EQ(row[shortRms], "999.000000");
     EXPECT_EQ(row[goodRms], counted[goodRms]);
     EXPECT_NEAR(testing::number(row[6]),
                 weightedRms(testing::number(row[2]), static_cast<std::int32_t>(np12),
                             testing::number(row[4]), static_cast<std::int32_t>(np21)),
                 1e-6);
-    std::filesystem::remove_all(job.dir);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "batch/batch_pair.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -18,13 +19,13 @@ const char* const registrationHead = "scan1,rotation2,scan2,rotation2,rms,numpts
 // Writes with `write` into a fresh result file of `kind` and returns the file's bytes.
 template <typename Write>
 std::string resultFileText(ResultFileKind kind, Write write) {
-    const std::filesystem::path dir = testing::makeScratchDir("result-rows");
+    const testing::ScratchDir scratch("result-rows");
+    const std::filesystem::path& dir = scratch.path;
     {
         OutputFile file = createResultFile((dir / "rows.csv").string(), kind, nullptr);
         write(file);
     }
     std::string text = testing::readFile(dir / "rows.csv");
-    std::filesystem::remove_all(dir);
     return text;
 }
 

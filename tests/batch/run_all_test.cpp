@@ -2,7 +2,7 @@
 // it made.
 #include <gtest/gtest.h>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 
 namespace sorvek {
 namespace {
@@ -21,10 +21,10 @@ TEST(RunAll, RmsAfterTheChainIsClearlyBelowTheRmsBefore) {
     const SurveyJob job =
         testing::makeSurveyJob("runall", testing::smallSpec("line", "north", 5, 30000));
     testing::runMode(job, 3, "FILEEXT 1\n");
-    const std::vector<double> before = rmswaveColumn(job.dir / "jobrms.csv");
+    const std::vector<double> before = rmswaveColumn(job.dir.path / "jobrms.csv");
     const testing::SessionResult result = testing::runMode(job, 4);
     EXPECT_EQ(result.exitCode, 0);
-    const std::vector<double> after = rmswaveColumn(job.dir / "jobrms.csv");
+    const std::vector<double> after = rmswaveColumn(job.dir.path / "jobrms.csv");
     ASSERT_EQ(before.size(), 4U);
     ASSERT_EQ(after.size(), before.size());
     for (std::size_t k = 0; k < before.size(); ++k) {
@@ -33,7 +33,6 @@ TEST(RunAll, RmsAfterTheChainIsClearlyBelowTheRmsBefore) {
         EXPECT_LT(after[k], 0.6 * before[k]);
         EXPECT_LT(after[k], 0.025);  // the scans' noise and sampling, not their headings
     }
-    std::filesystem::remove_all(job.dir);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 
 namespace sorvek {
 namespace {
@@ -25,32 +25,30 @@ const char* const measuredSite =
 TEST(SiteEvaluation, DistanceSpanIncludesBothLimits) {
     const SurveyJob job =
         testing::makeSurveyJob("span", testing::smallSpec("site", "north", 5, 3000));
-    testing::writeFile(job.dir / "job.txt", measuredSite);
+    testing::writeFile(job.dir.path / "job.txt", measuredSite);
     const std::string out = testing::runMode(job, 7, "GPSMINDIST 4\nGPSMAXDIST 10\nTRANSX 0\nTRANSY 0\n").out;
     EXPECT_TRUE(testing::linesStartingWith(out, "1:  N:  ").empty());  // no distance line here
-    const auto rows = testing::readRows(job.dir / "jobrms.csv");
-    EXPECT_EQ(testing::evaluatedPairs(job.dir / "jobrms.csv"),
+    const auto rows = testing::readRows(job.dir.path / "jobrms.csv");
+    EXPECT_EQ(testing::evaluatedPairs(job.dir.path / "jobrms.csv"),
               (std::vector<std::string>{"1,2", "1,3", "1,4", "2,3", "2,4", "2,5", "3,4", "3,5"}));
     ASSERT_EQ(rows.size(), 8U);
     EXPECT_EQ(rows[0][7], "5.000000");
     EXPECT_EQ(rows[1][7], "10.000000");
     EXPECT_EQ(rows[5][7], "4.000000");
-    std::filesystem::remove_all(job.dir);
 }
 
 // Every other pair within reach is solved once, lower table index first.
 TEST(SiteRegistration, PairThatCannotBeReadIsSkippedAlone) {
     const SurveyJob job =
         testing::makeSurveyJob("sitefail", testing::smallSpec("site", "north", 5, 4000));
-    std::filesystem::remove(job.dir / testing::scanFile(3));
+    std::filesystem::remove(job.dir.path / testing::scanFile(3));
     const testing::SessionResult result = testing::runMode(job, 6, quickSolvers);
-    EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"),
+    EXPECT_EQ(testing::registeredPairs(job.dir.path / "jobreg.csv"),
               (std::vector<std::string>{"1,2", "1,4", "1,5", "2,4", "2,5", "4,5"}));
-    EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"),
+    EXPECT_EQ(testing::readFile(job.dir.path / "joblog.txt"),
               testing::failedPairLog({{1, 3}, {2, 3}, {3, 4}, {3, 5}}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(testing::linesStartingWith(result.out, "Time for registration of scan ").size(), 5U);
-    std::filesystem::remove_all(job.dir);
 }
 
 }  // namespace

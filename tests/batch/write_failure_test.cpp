@@ -12,7 +12,7 @@
 #include <functional>
 #include <thread>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 #include "run/output_file.h"
 
 namespace sorvek {
@@ -66,13 +66,13 @@ TEST(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.failing);
         const SurveyJob job = testing::copyJob(testing::cleanLineJob(), "writes-full");
-        c.damage(job.dir);
-        for (const std::string& name : c.keptFiles) fs::remove(job.dir / name);
-        fs::remove(job.dir / c.failing);
-        fs::create_symlink("/dev/full", job.dir / c.failing);
+        c.damage(job.dir.path);
+        for (const std::string& name : c.keptFiles) fs::remove(job.dir.path / name);
+        fs::remove(job.dir.path / c.failing);
+        fs::create_symlink("/dev/full", job.dir.path / c.failing);
 
         const testing::SessionResult result =
-            c.mode == 5 ? testing::runSorvek(job.dir, {testing::scanFile(1), testing::scanFile(2)},
+            c.mode == 5 ? testing::runSorvek(job.dir.path, {testing::scanFile(1), testing::scanFile(2)},
                                              "5\n\n", job.baseOptions + quickSolvers)
                         : testing::runMode(job, c.mode, quickSolvers);
         const std::string message = "Unable to write " + c.failing + ": No space left on device \n";
@@ -81,22 +81,21 @@ TEST(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
         // Mode 5 names its log after the default database.
         const std::string log = c.mode == 5 ? "testlog.txt" : "joblog.txt";
         if (c.failing != log) {
-            EXPECT_TRUE(testing::readFile(job.dir / log).ends_with(message));
+            EXPECT_TRUE(testing::readFile(job.dir.path / log).ends_with(message));
         }
-        EXPECT_EQ(fs::read_symlink(job.dir / c.failing), "/dev/full");
-        EXPECT_EQ(partialFilesIn(job.dir), std::vector<std::string>());
+        EXPECT_EQ(fs::read_symlink(job.dir.path / c.failing), "/dev/full");
+        EXPECT_EQ(partialFilesIn(job.dir.path), std::vector<std::string>());
         for (const std::string& name : c.keptFiles) {
             SCOPED_TRACE(name);
-            EXPECT_EQ(testing::readFile(job.dir / name), testing::readFile(testing::cleanLineJob().dir / name));
+            EXPECT_EQ(testing::readFile(job.dir.path / name), testing::readFile(testing::cleanLineJob().dir.path / name));
         }
         if (!c.rowFile.empty()) {
-            const testing::Rows rows = testing::readRows(job.dir / c.rowFile);
-            const testing::Rows cleanRows = testing::readRows(testing::cleanLineJob().dir / c.rowFile);
+            const testing::Rows rows = testing::readRows(job.dir.path / c.rowFile);
+            const testing::Rows cleanRows = testing::readRows(testing::cleanLineJob().dir.path / c.rowFile);
             ASSERT_GE(cleanRows.size(), c.keptRows);
             const auto keptEnd = cleanRows.begin() + static_cast<long>(c.keptRows);
             EXPECT_EQ(rows, testing::Rows(cleanRows.begin(), keptEnd));
         }
-        fs::remove_all(job.dir);
     }
 }
 
@@ -105,27 +104,26 @@ TEST(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
 TEST(WriteFailure, AFileSizeLimitStopsTheRunInsteadOfKillingIt) {
     const SurveyJob job = testing::copyJob(testing::cleanLineJob(), "writes-limit");
     constexpr int shortScanPoints = 4000;
-    fs::resize_file(job.dir / testing::scanFile(1), shortScanPoints * sizeof(PointRecord));
-    for (int scan = 1; scan <= 4; ++scan) fs::remove(job.dir / testing::rotatedScanFile(scan));
+    fs::resize_file(job.dir.path / testing::scanFile(1), shortScanPoints * sizeof(PointRecord));
+    for (int scan = 1; scan <= 4; ++scan) fs::remove(job.dir.path / testing::rotatedScanFile(scan));
     // A third of the file in the shell's blocks, 512 or 1024 bytes: either way the limit
     // falls inside the file.
-    const std::uintmax_t fullSize = fs::file_size(testing::cleanLineJob().dir / testing::rotatedScanFile(2));
+    const std::uintmax_t fullSize = fs::file_size(testing::cleanLineJob().dir.path / testing::rotatedScanFile(2));
     const std::string limit = "ulimit -f " + std::to_string(fullSize / 3 / 512) + "; ";
 
     const testing::SessionResult result = testing::runSorvek(
-        job.dir, {"job.txt"}, "2\n\n\n", job.baseOptions + quickSolvers, limit);
+        job.dir.path, {"job.txt"}, "2\n\n\n", job.baseOptions + quickSolvers, limit);
     const std::string message = "Unable to write " + testing::rotatedScanFile(2) + ": File too large \n";
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.out.ends_with(message)) << result.out;
-    EXPECT_TRUE(testing::readFile(job.dir / "joblog.txt").ends_with(message));
-    EXPECT_FALSE(fs::exists(job.dir / testing::rotatedScanFile(2)));
-    EXPECT_EQ(partialFilesIn(job.dir), std::vector<std::string>());
-    EXPECT_EQ(lineCount(testing::readFile(job.dir / testing::rotatedScanFile(1))), shortScanPoints);
-    const testing::Rows rows = testing::readRows(job.dir / "jobrot.csv");
+    EXPECT_TRUE(testing::readFile(job.dir.path / "joblog.txt").ends_with(message));
+    EXPECT_FALSE(fs::exists(job.dir.path / testing::rotatedScanFile(2)));
+    EXPECT_EQ(partialFilesIn(job.dir.path), std::vector<std::string>());
+    EXPECT_EQ(lineCount(testing::readFile(job.dir.path / testing::rotatedScanFile(1))), shortScanPoints);
+    const testing::Rows rows = testing::readRows(job.dir.path / "jobrot.csv");
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(rows[0][0], "1");
     EXPECT_EQ(rows[0][4] + "," + rows[0][5], "4000,4000 ");
-    fs::remove_all(job.dir);
 }
 
 // Killed in the middle of a rotated file of a million points, the run leaves no file
@@ -134,12 +132,12 @@ TEST(WriteFailure, AFileSizeLimitStopsTheRunInsteadOfKillingIt) {
 TEST(KilledRun, LeavesNoPartFileUnderTheFinalName) {
     const SurveyJob job =
         testing::makeSurveyJob("writes-kill", testing::smallSpec("line", "north", 1, 1000000));
-    const fs::path rotated = job.dir / testing::rotatedScanFile(1);
-    const fs::path partial = job.dir / (testing::rotatedScanFile(1) + partialSuffix);
+    const fs::path rotated = job.dir.path / testing::rotatedScanFile(1);
+    const fs::path partial = job.dir.path / (testing::rotatedScanFile(1) + partialSuffix);
     const std::size_t pointCount =
-        fs::file_size(job.dir / testing::scanFile(1)) / sizeof(PointRecord);
+        fs::file_size(job.dir.path / testing::scanFile(1)) / sizeof(PointRecord);
 
-    const pid_t pid = testing::startSorvek(job.dir, {"job.txt"}, "2\n\n\n", job.baseOptions);
+    const pid_t pid = testing::startSorvek(job.dir.path, {"job.txt"}, "2\n\n\n", job.baseOptions);
     ASSERT_GT(pid, 0);
     int status = 0;
     constexpr std::uintmax_t killAtBytes = 4 << 20;  // about a tenth of the whole file
@@ -152,7 +150,7 @@ TEST(KilledRun, LeavesNoPartFileUnderTheFinalName) {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    testing::finishSorvek(job.dir, status);
+    testing::finishSorvek(job.dir.path, status);
     ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL)
         << "the run ended before the kill";
     EXPECT_FALSE(fs::exists(rotated));
@@ -162,7 +160,6 @@ TEST(KilledRun, LeavesNoPartFileUnderTheFinalName) {
     EXPECT_EQ(rerun.exitCode, 0);
     EXPECT_FALSE(fs::exists(partial));
     EXPECT_EQ(lineCount(testing::readFile(rotated)), pointCount);
-    fs::remove_all(job.dir);
 }
 
 }  // namespace

@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace sorvek::fuzzing {
@@ -30,7 +32,10 @@ struct ByteStream {
 struct ScratchFile {
     std::string path;
     ScratchFile(const std::uint8_t* data, std::size_t size, const char* extension) {
-        path = "/tmp/sorvek-fuzz-" + std::to_string(getpid()) + extension;
+        std::error_code error;
+        const std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+        path = ((error ? std::filesystem::path("/tmp") : folder) /
+                ("sorvek-fuzz-" + std::to_string(getpid()) + extension)).string();
         if (std::FILE* file = std::fopen(path.c_str(), "wb")) {
             std::fwrite(data, 1, size, file);
             std::fclose(file);

@@ -10,7 +10,7 @@
 #include <cmath>
 #include <map>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -45,8 +45,8 @@ std::map<std::string, double> columnById(const std::filesystem::path& path, std:
 
 // RMS and largest magnitude of applied rotation + true error over all scans, degrees.
 std::pair<double, double> missesOf(const testing::SurveyJob& job) {
-    const std::map<std::string, double> errors = columnById(job.dir / "job_truth.csv", 4);
-    const std::map<std::string, double> applied = columnById(job.dir / "jobrot.csv", 1);
+    const std::map<std::string, double> errors = columnById(job.dir.path / "job_truth.csv", 4);
+    const std::map<std::string, double> applied = columnById(job.dir.path / "jobrot.csv", 1);
     EXPECT_EQ(applied.size(), errors.size());
     double sum = 0.0;
     double largest = 0.0;
@@ -63,7 +63,7 @@ TEST(RotationAdjustment, OnASiteBeatsThePlainMeanAndSetsAsideACorruptedPair) {
     surveySpec.seed = 13;
     surveySpec.errorDeg = 1.0;
     const testing::SurveyJob job = testing::makeSurveyJob("adjust-site", surveySpec);
-    testing::writeFile(job.dir / "jobreg.csv", siteRegistration);
+    testing::writeFile(job.dir.path / "jobreg.csv", siteRegistration);
     ASSERT_EQ(testing::runMode(job, 2).exitCode, 0);
     const auto [meanRms, meanLargest] = missesOf(job);
     ASSERT_EQ(testing::runMode(job, 2, "ROTADJUST 1\n").exitCode, 0);
@@ -72,30 +72,30 @@ TEST(RotationAdjustment, OnASiteBeatsThePlainMeanAndSetsAsideACorruptedPair) {
     EXPECT_NEAR(adjustedRms, 0.0288, 0.0001);
     EXPECT_LT(adjustedRms, 0.5 * meanRms);
     EXPECT_LT(adjustedLargest, meanLargest);
-    const std::map<std::string, double> clean = columnById(job.dir / "jobadj.csv", 1);
+    const std::map<std::string, double> clean = columnById(job.dir.path / "jobadj.csv", 1);
 
     // The first rotation of the pair of scans 2 and 7 written 0.5 degrees off: that pair is
     // set aside and every other scan keeps its rotation within 0.005 degrees.
     std::string corrupted = siteRegistration;
     const std::string goodRow = "2,0.012500,7,";
     corrupted.replace(corrupted.find(goodRow), goodRow.size(), "2,0.512500,7,");
-    testing::writeFile(job.dir / "jobreg.csv", corrupted);
+    testing::writeFile(job.dir.path / "jobreg.csv", corrupted);
     const testing::SessionResult result = testing::runMode(job, 2, "ROTADJUST 1\n");
     ASSERT_EQ(result.exitCode, 0);
     EXPECT_NE(result.out.find("Pair 2-7 rejected: "), std::string::npos);
-    const std::map<std::string, double> changed = columnById(job.dir / "jobadj.csv", 1);
+    const std::map<std::string, double> changed = columnById(job.dir.path / "jobadj.csv", 1);
     for (int id = 1; id <= 12; ++id) {
         if (id == 2 || id == 7) continue;
         EXPECT_NEAR(changed.at(std::to_string(id)), clean.at(std::to_string(id)), 0.005) << id;
     }
-    std::filesystem::remove_all(job.dir);
 }
 
 // Four scans that all see each other, one pair of them failed; scan 5 in a row of the zero
 // form and a refused row only; scan 6 in no row. The point files are empty: only the
 // rotations matter here.
-std::filesystem::path makeTable(const std::string& label) {
-    const std::filesystem::path dir = testing::makeScratchDir(label);
+testing::ScratchDir makeTable(const std::string& label) {
+    testing::ScratchDir table(label);
+    const std::filesystem::path& dir = table.path;
     testing::writeFile(dir / "test.txt",
                        "X,Y,Z,rotX,rotY,rotZ,id,subid,name\n0,0,0,0,0,0,1,1,S001\n15,0,0,0,0,0,2,1,S002\n"
                        "0,15,0,0,0,0,3,1,S003\n15,15,0,0,0,0,4,1,S004\n30,0,0,0,0,0,5,1,S005\n"
@@ -110,7 +110,7 @@ std::filesystem::path makeTable(const std::string& label) {
                        "1,0.301000,4,0.446000,0.011000,5000,0\n2,0.400000,4,0.452000,0.013000,4500,0\n"
                        "2,-0.203000,3,0.097000,0.014000,3500,0\n3,0.099000,4,0.455000,0.012000,4200,0\n"
                        "1,0.000000,5,0.000000,999.000000,40,0\n3,250.000000,5,-0.100000,0.020000,2000,0\n");
-    return dir;
+    return table;
 }
 
 testing::SessionResult runAdjusted(const std::filesystem::path& dir) {
@@ -120,7 +120,8 @@ testing::SessionResult runAdjusted(const std::filesystem::path& dir) {
 // The expected numbers agree with a separate implementation of the same adjustment to the
 // last printed decimal.
 TEST(RotationAdjustment, TellsWhatItSetAsideAndWritesBothFilesExactly) {
-    const std::filesystem::path dir = makeTable("adjust-table");
+    const testing::ScratchDir table = makeTable("adjust-table");
+    const std::filesystem::path& dir = table.path;
     const testing::SessionResult result = runAdjusted(dir);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_NE(result.out.find("Loading data from file testreg.csv \n"
@@ -148,7 +149,6 @@ TEST(RotationAdjustment, TellsWhatItSetAsideAndWritesBothFilesExactly) {
               "ID,rotation(degrees),numRotVals,RotSpread(Degrees),Numpoints,NumpointsED \n"
               "1,0.301348,4,0.302000,0,0 \n2,-0.199681,3,0.603000,0,0 \n3,0.098517,4,249.903000,0,0 \n"
               "4,0.449553,3,0.009000,0,0 \n5,-0.050000,2,0.100000,0,0 \n6,0.000000,0,0.0,0,0 \n");
-    std::filesystem::remove_all(dir);
 }
 
 // A folder standing under the file's name, and a name that leads to a full disk: the run
@@ -159,7 +159,8 @@ TEST(RotationAdjustment, FileThatCannotBeWrittenEndsTheRun) {
     for (const Case& c : {Case{"cannot be created", false, "Unable to create testadj.csv \nPlease verify that the path exists. \n"},
                           Case{"disk full", true, "Unable to write testadj.csv: No space left on device \n"}}) {
         SCOPED_TRACE(c.label);
-        const std::filesystem::path dir = makeTable("adjust-unwritable");
+        const testing::ScratchDir table = makeTable("adjust-unwritable");
+        const std::filesystem::path& dir = table.path;
         if (c.isFull) {
             std::filesystem::create_symlink("/dev/full", dir / "testadj.csv");
         } else {
@@ -171,7 +172,6 @@ TEST(RotationAdjustment, FileThatCannotBeWrittenEndsTheRun) {
         EXPECT_EQ(result.out.find("Percent complete"), std::string::npos);
         EXPECT_FALSE(std::filesystem::exists(dir / "testadj.csv.sorvek-partial"));
         EXPECT_EQ(testing::readFile(dir / "testlog.txt"), c.isFull ? c.message : "");
-        std::filesystem::remove_all(dir);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "run/records.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 #include "synth/exchange_writer.h"
 
@@ -17,7 +18,8 @@ std::string bytesOf(const Cloud& points) {
 // unsorted and its cube numbers stray: the export keeps the file's order. Scan 5's output is
 // blocked by a folder, and scan 4 after it is turned a quarter turn about Z at (10, 20, 30.29).
 TEST(GeoExport, WritesEachScanInTheSurveyFrameAndGoesOnPastAFileItCannotCreate) {
-    const std::filesystem::path folder = testing::makeScratchDir("export");
+    const testing::ScratchDir scratch("export");
+    const std::filesystem::path& folder = scratch.path;
     testing::writeFile(folder / "line7.txt", "H\n100,200,49.71,0,0,0,3,45,R0042\n0,0,0,0,0,0,5,45,GONE\n"
                                              "10,20,30,0,0,90,4,45,R0043\n");
     testing::writeFile(folder / "line7_003_045_R0042.bxyz", bytesOf({{1, 2, 3, 7, 0}, {-1, -2, -3, 1, 0}, {0.5, 0, 0, 3, 0}}));
@@ -28,14 +30,14 @@ TEST(GeoExport, WritesEachScanInTheSurveyFrameAndGoesOnPastAFileItCannotCreate) 
     EXPECT_EQ(testing::readFile(folder / "line7_003_045_R0042._adj.txt"),
               "#X,Y,Z\n101.000000 202.000000 53.000000\n99.000000 198.000000 47.000000\n100.500000 200.000000 50.000000\n");
     EXPECT_EQ(testing::readFile(folder / "line7_004_045_R0043._adj.txt"), "#X,Y,Z\n10.000000 21.000000 30.290000\n");
-    std::filesystem::remove_all(folder);
 }
 
 // A LAS scan, found for its missing .bxyz name, exports as a text scan of the same
 // coordinates does: both read as text is read, then moved by the scan matrix (a quarter
 // turn at (10, 20, 30.29)). An E57 file is refused with its line and leaves a bare header.
 TEST(GeoExport, ExportsLasAsTheTextOfItsPointsAndRefusesE57) {
-    const std::filesystem::path folder = testing::makeScratchDir("export-formats");
+    const testing::ScratchDir scratch("export-formats");
+    const std::filesystem::path& folder = scratch.path;
     testing::writeFile(folder / "line7.txt", "H\n10,20,30,0,0,90,3,45,L\n10,20,30,0,0,90,4,45,T\n0,0,0,0,0,0,5,45,E\n");
     ASSERT_TRUE(synth::writeLasPoints(folder / "line7_003_045_L.las", {{1.5, 2.25, 3.0, 0, 0}, {-1.0, 0.5, -2.0, 0, 0}},
                                       {.scale = 0.001}));
@@ -49,7 +51,6 @@ TEST(GeoExport, ExportsLasAsTheTextOfItsPointsAndRefusesE57) {
     EXPECT_EQ(testing::readFile(folder / "line7_003_045_L._adj.txt"), exported);
     EXPECT_EQ(testing::readFile(folder / "line7_004_045_T._adj.txt"), exported);
     EXPECT_EQ(testing::readFile(folder / "line7_005_045_E._adj.txt"), "#X,Y,Z\n");
-    std::filesystem::remove_all(folder);
 }
 
 }  // namespace

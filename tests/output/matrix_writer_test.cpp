@@ -4,6 +4,7 @@
 
 #include "output/geo_export.h"
 #include "output/matrix_writer.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -13,7 +14,8 @@ namespace {
 // scan B stands where TRANSX and TRANSY put it, the scanner height cancelling its
 // elevation, over an older and longer matrix file.
 TEST(MatrixWriter, TranslatesThePositionAndReportsAFileItCannotCreate) {
-    const std::filesystem::path folder = testing::makeScratchDir("matrices");
+    const testing::ScratchDir scratch("matrices");
+    const std::filesystem::path& folder = scratch.path;
     testing::writeFile(folder / "line7.txt", "H\n0,0,0,0,0,0,1,1,A\n1100,2200,-0.29,0,0,0,2,1,B\n");
     std::filesystem::create_directory(folder / "line7_1_1_As.dat");
     testing::writeFile(folder / "line7_2_1_B.bxyz", "point file bytes");
@@ -35,7 +37,8 @@ TEST(MatrixWriter, TranslatesThePositionAndReportsAFileItCannotCreate) {
 // A point file name shorter than the ending it loses, which the database reader never
 // composes, is replaced whole: the matrix goes to s.dat and the export to _adj.txt.
 TEST(OutputNames, ANameTooShortForItsEndingIsReplacedWhole) {
-    const std::filesystem::path folder = testing::makeScratchDir("short-names");
+    const testing::ScratchDir scratch("short-names");
+    const std::filesystem::path& folder = scratch.path;
     const std::filesystem::path previous = std::filesystem::current_path();
     std::filesystem::current_path(folder);
     for (void (*stage)(sorvek::Run&) : {writeTransformMatrices, exportScans}) {
@@ -49,7 +52,6 @@ TEST(OutputNames, ANameTooShortForItsEndingIsReplacedWhole) {
     std::filesystem::current_path(previous);
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "s.dat"));
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "_adj.txt"));
-    std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 #include "support/png_check.h"
 
 namespace sorvek {
@@ -33,7 +33,8 @@ struct Rendering {
 // One launch of Chromium parses the page, logs its console and takes the screenshot: no
 // profile of its own, network chatter or sandbox (tests may run as root), at most two minutes.
 Rendering render(const fs::path& page, const std::string& screenshotName) {
-    const fs::path profile = testing::makeScratchDir("chromium");
+    const testing::ScratchDir scratch("chromium");
+    const fs::path& profile = scratch.path;
     const fs::path dom = profile / "dom.html";
     const fs::path log = profile / "log.txt";
     fs::create_directories("report_screenshots");
@@ -50,7 +51,6 @@ Rendering render(const fs::path& page, const std::string& screenshotName) {
     for (const std::string& line : testing::linesStartingWith(testing::readFile(log), "")) {
         if (line.find(":CONSOLE") != std::string::npos) rendering.consoleLines += line + "\n";
     }
-    fs::remove_all(profile);
     return rendering;
 }
 
@@ -104,7 +104,7 @@ testing::SessionResult runFlagged(const SurveyJob& job, const std::string& mode,
     std::vector<std::string> args{"--mode", mode, "--yes"};
     if (!report.empty()) args.insert(args.end(), {"--report", report});
     args.push_back("job.txt");
-    testing::SessionResult result = testing::runSorvek(job.dir, args, "", job.baseOptions);
+    testing::SessionResult result = testing::runSorvek(job.dir.path, args, "", job.baseOptions);
     EXPECT_EQ(result.exitCode, 0) << result.out;
     return result;
 }
@@ -117,34 +117,32 @@ TEST(ReportRender, LineReportHoldsTheResultRowsAndRendersCleanly) {
     EXPECT_EQ(testing::withTimesZeroed(reported.out), testing::withTimesZeroed(plain.out));
     EXPECT_EQ(reported.err.rfind(plain.err, 0), 0U);
     EXPECT_TRUE(reported.err.ends_with("Report: measuring pair 3 of 3 \rReport written to line.html \n")) << reported.err;
-    EXPECT_FALSE(fs::exists(job.dir / "line.html.sorvek-partial"));
-    const std::string page = testing::readFile(job.dir / "line.html");
-    expectRowsInPage(page, job.dir / "jobreg.csv", registrationColumns, 2);
-    expectRowsInPage(page, job.dir / "jobrms.csv", rmsColumns, 1);
+    EXPECT_FALSE(fs::exists(job.dir.path / "line.html.sorvek-partial"));
+    const std::string page = testing::readFile(job.dir.path / "line.html");
+    expectRowsInPage(page, job.dir.path / "jobreg.csv", registrationColumns, 2);
+    expectRowsInPage(page, job.dir.path / "jobrms.csv", rmsColumns, 1);
     EXPECT_EQ(checkPictures(page), 6U);
     EXPECT_NE(page.find("<b>4 scans, 3 pairs: 3 fit better after alignment, 0 failed.</b>"), std::string::npos);
     runFlagged(job, "4", "again.html");
-    EXPECT_EQ(withoutRunTime(testing::readFile(job.dir / "again.html")), withoutRunTime(page));
+    EXPECT_EQ(withoutRunTime(testing::readFile(job.dir.path / "again.html")), withoutRunTime(page));
     if (!hasChromium()) GTEST_SKIP() << "chromium is not installed; tools/install-deps.sh installs it";
-    const Rendering rendering = render(job.dir / "line.html", "line.png");
+    const Rendering rendering = render(job.dir.path / "line.html", "line.png");
     EXPECT_EQ(rendering.consoleLines, "");
     ASSERT_NE(rendering.dom.find("</html>"), std::string::npos);
-    expectRowsInPage(rendering.dom, job.dir / "jobrms.csv", rmsColumns, 1);
-    fs::remove_all(job.dir);
+    expectRowsInPage(rendering.dom, job.dir.path / "jobrms.csv", rmsColumns, 1);
 }
 
 TEST(ReportRender, SiteReportHoldsTheRegistrationRowsAndRendersCleanly) {
     const SurveyJob job = testing::makeSurveyJob("report-site", testing::smallSpec("site", "north", 4, 20000));
     runFlagged(job, "6", "site.html");
-    const std::string page = testing::readFile(job.dir / "site.html");
-    expectRowsInPage(page, job.dir / "jobreg.csv", registrationColumns, 2);
-    const std::size_t pairCount = testing::readRows(job.dir / "jobreg.csv").size();
+    const std::string page = testing::readFile(job.dir.path / "site.html");
+    expectRowsInPage(page, job.dir.path / "jobreg.csv", registrationColumns, 2);
+    const std::size_t pairCount = testing::readRows(job.dir.path / "jobreg.csv").size();
     EXPECT_EQ(checkPictures(page), 2 * pairCount);
     if (!hasChromium()) GTEST_SKIP() << "chromium is not installed; tools/install-deps.sh installs it";
-    const Rendering rendering = render(job.dir / "site.html", "site.png");
+    const Rendering rendering = render(job.dir.path / "site.html", "site.png");
     EXPECT_EQ(rendering.consoleLines, "");
-    expectRowsInPage(rendering.dom, job.dir / "jobreg.csv", registrationColumns, 2);
-    fs::remove_all(job.dir);
+    expectRowsInPage(rendering.dom, job.dir.path / "jobreg.csv", registrationColumns, 2);
 }
 
 }  // namespace

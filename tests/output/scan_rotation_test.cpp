@@ -10,7 +10,7 @@
 #include <cstring>
 #include <sstream>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 #include "points/transforms.h"
 #include "synth/exchange_writer.h"
 
@@ -21,16 +21,15 @@ const std::string rotHead = "ID,rotation(degrees),numRotVals,RotSpread(Degrees),
 const std::string regHead = "scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n";
 
 struct StageJob {
-    std::filesystem::path dir = testing::makeScratchDir("scan-rotation");
+    testing::ScratchDir dir{"scan-rotation"};
     sorvek::Run run;
 
     StageJob() {
         run.state.regPath = path("jobreg.csv"), run.state.rotPath = path("jobrot.csv");
         run.state.logFile = openFile(path("joblog.txt"), "w");
     }
-    ~StageJob() { std::filesystem::remove_all(dir); }
-    std::string path(const std::string& name) const { return (dir / name).string(); }
-    std::string file(const std::string& name) const { return testing::readFile(dir / name); }
+    std::string path(const std::string& name) const { return (dir.path / name).string(); }
+    std::string file(const std::string& name) const { return testing::readFile(dir.path / name); }
 
     ScanRecord& addScan(std::int32_t scanId, const std::string& name, double gpsX = 0.0, double gpsY = 0.0) {
         ScanRecord& scan = run.state.scans.emplace_back();
@@ -70,7 +69,7 @@ TEST(ScanRotation, WritesTextScansTranslatedTurnedAndFilteredAfterTheTurn) {
         if (c.isFiltered) o.APPLYFILTER = 1, o.XMIN = 9.5, o.XMAX = 10.5, o.YMIN = 20.5, o.YMAX = 21.5, o.MAXRANGE = 5.0;
         job.addScan(5, "scan.txt", c.gps, 2.0 * c.gps);
         testing::writeFile(job.run.state.regPath, regHead + c.regRows);
-        testing::writeFile(job.dir / "scan.txt", c.input);
+        testing::writeFile(job.dir.path / "scan.txt", c.input);
         job.rotate();
         EXPECT_EQ(job.file("scan_rot.txt"), c.rotated);
         EXPECT_EQ(job.file("jobrot.csv"), rotHead + c.row);
@@ -80,7 +79,7 @@ TEST(ScanRotation, WritesTextScansTranslatedTurnedAndFilteredAfterTheTurn) {
 TEST(ScanRotation, AFileThatCannotBeOpenedOrCreatedCostsOnlyItsScan) {
     StageJob job;
     job.addScan(1, "missing.txt"), job.addScan(2, "no-such-folder/d.txt"), job.addScan(8, "c.txt");
-    testing::writeFile(job.dir / "c.txt", "#only a comment\n");
+    testing::writeFile(job.dir.path / "c.txt", "#only a comment\n");
     const std::string missing = job.path("missing.txt"), uncreatable = job.path("no-such-folder/d_rot.txt");
     // No registration file: every scan goes unrotated. The progress figure is 32-bit.
     EXPECT_EQ(job.rotate(),
@@ -96,7 +95,7 @@ TEST(ScanRotation, AFileThatCannotBeOpenedOrCreatedCostsOnlyItsScan) {
     EXPECT_EQ(job.file("joblog.txt"), "Unable to open files: " + missing +
                                           " .Please check your input file for an error here. \n"
                                           "Unable to create " + uncreatable + " \n");
-    EXPECT_TRUE(std::filesystem::exists(job.dir / "missing_rot.txt") && job.file("missing_rot.txt").empty());
+    EXPECT_TRUE(std::filesystem::exists(job.dir.path / "missing_rot.txt") && job.file("missing_rot.txt").empty());
     EXPECT_EQ(job.file("c_rot.txt"), "#only a comment \n");
     EXPECT_EQ(job.file("jobrot.csv"), rotHead + "8,0.000000,0,0.0,0,0 \n");
 }
@@ -155,14 +154,14 @@ TEST(ScanRotation, TurnsLasAndPlyScansAsTheTextLinesOfTheirPoints) {
     job.run.options.TRANSX = 512000.0, job.run.options.TRANSY = 4200000.0;
     Cloud points = {{512001.5, 4200002.25, 50.0, 0, 0}, {511999.0, 4199998.5, 49.75, 0, 0}, {512000.125, 4200001.0, 51.5, 0, 0}};
     const synth::LasLayout layout{.scale = 0.001, .offsetX = 512000.0, .offsetY = 4200000.0};
-    ASSERT_TRUE(synth::writeLasPoints(job.dir / "lasscan.las", points, layout));
+    ASSERT_TRUE(synth::writeLasPoints(job.dir.path / "lasscan.las", points, layout));
     synth::LasLayout compressed = layout;
     compressed.formatFlags = 0x80;
-    ASSERT_TRUE(synth::writeLasPoints(job.dir / "lazscan.las", points, compressed));
-    testing::writeFile(job.dir / "lastext.txt", asTextLines(points));
+    ASSERT_TRUE(synth::writeLasPoints(job.dir.path / "lazscan.las", points, compressed));
+    testing::writeFile(job.dir.path / "lastext.txt", asTextLines(points));
     points.insert(points.begin() + 1, PointRecord{512003.0, std::nan(""), 50.0, 0, 0});
-    ASSERT_TRUE(synth::writePlyPoints(job.dir / "plyscan.ply", points, {.format = "binary_big_endian"}));
-    testing::writeFile(job.dir / "plytext.txt", asTextLines(points));
+    ASSERT_TRUE(synth::writePlyPoints(job.dir.path / "plyscan.ply", points, {.format = "binary_big_endian"}));
+    testing::writeFile(job.dir.path / "plytext.txt", asTextLines(points));
     job.addScan(5, "lasscan.bxyz", 1.0, 2.0), job.addScan(6, "lastext.txt", 1.0, 2.0);
     job.addScan(7, "plyscan.bxyz", -3.0, 0.5), job.addScan(8, "plytext.txt", -3.0, 0.5), job.addScan(9, "lazscan.bxyz");
     testing::writeFile(job.run.state.regPath, regHead + "5,1.5,6,1.5,0.01,100,0\n7,-0.75,8,-0.75,0.01,100,0\n");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "points/point_file_kind.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -14,7 +15,8 @@ std::string bytesOf(const PointRecord& point) { return {reinterpret_cast<const c
 // untouched. A sparse file of 2^31 records (64 GiB, no disk used) cannot be counted in
 // 32 bits: it is refused before any allocation, like a file that does not open.
 TEST(BinaryReader, LoadsWholeRecordsAsTheyLieAndRefusesACountBeyond32Bits) {
-    const std::filesystem::path dir = testing::makeScratchDir("binary-reader");
+    const testing::ScratchDir scratch("binary-reader");
+    const std::filesystem::path& dir = scratch.path;
     const PointRecord records[] = {{1.5, -2.25, 1e6, 0xDEADBEEF, 17}, {-0.0, 3, 4, 5, 0}, {7, 8, 9, 0, 0xFFFFFFFF}};
     testing::writeFile(dir / "three", bytesOf(records[0]) + bytesOf(records[1]) + bytesOf(records[2]) + "tail");
     testing::writeFile(dir / "huge", "");
@@ -35,13 +37,13 @@ TEST(BinaryReader, LoadsWholeRecordsAsTheyLieAndRefusesACountBeyond32Bits) {
         ASSERT_EQ(cloud.size(), c.out.empty() ? 0U : 3U);
         for (std::size_t i = 0; i < cloud.size(); ++i) EXPECT_EQ(bytesOf(cloud[i]), bytesOf(records[i])) << i;
     }
-    std::filesystem::remove(huge);
 }
 
 // Signatures decide first, since a PLY header is printable text too; then text is known by
 // its first bytes, and anything else is tried as records.
 TEST(PointFileKind, KnowsEachKindByItsFirstBytes) {
-    const std::filesystem::path path = testing::makeScratchDir("file-kind") / "points";
+    const testing::ScratchDir scratch("file-kind");
+    const std::filesystem::path path = scratch.path / "points";
     const std::string line = "1.000,2.000,3.000\r\n\t# a comment line\n";  // 38 bytes
     using enum PointFileKind;
     // Under 32 bytes is never text; only the first 512 bytes are looked at.

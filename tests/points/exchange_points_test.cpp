@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 #include "synth/exchange_writer.h"
 
@@ -58,7 +59,8 @@ ReadBack readBack(const fs::path& path) {
 // nearest step, the integer times the scale plus the offset.
 TEST(LasReader, ReadsEveryFormatAtItsQuantisationWhateverSurroundsThePoints) {
     const Cloud cloud = spiralAtSurveyOrigin();
-    const fs::path path = testing::makeScratchDir("las-read") / "scan.las";
+    const testing::ScratchDir scratch("las-read");
+    const fs::path path = scratch.path / "scan.las";
     struct Case { std::uint32_t minor, format, extraBytes; std::int32_t vlrs; double scale; };
     const Case cases[] = {{0, 0, 0, 0, 0.001}, {1, 1, 0, 2, 0.0001}, {2, 0, 0, 0, 0.0001}, {2, 1, 0, 2, 0.001},
                           {2, 2, 3, 0, 0.001}, {2, 3, 0, 2, 0.0001}, {3, 5, 0, 1, 0.001},  {4, 1, 0, 1, 0.001},
@@ -85,7 +87,6 @@ TEST(LasReader, ReadsEveryFormatAtItsQuantisationWhateverSurroundsThePoints) {
         }
         EXPECT_EQ(wrongCount, 0U);
     }
-    fs::remove_all(path.parent_path());
 }
 
 // All three encodings, floats and doubles, with nothing, scalars, or scalars and lists
@@ -93,7 +94,8 @@ TEST(LasReader, ReadsEveryFormatAtItsQuantisationWhateverSurroundsThePoints) {
 // come back exactly; text ones as the decimals written, which round to the same float.
 TEST(PlyReader, ReadsEveryEncodingWithPropertiesAndListsAroundTheCoordinates) {
     const Cloud cloud = spiralAtSurveyOrigin();
-    const fs::path path = testing::makeScratchDir("ply-read") / "scan.ply";
+    const testing::ScratchDir scratch("ply-read");
+    const fs::path path = scratch.path / "scan.ply";
     for (const char* format : {"ascii", "binary_little_endian", "binary_big_endian"}) {
         for (const PlyExtras extras : {PlyExtras::none, PlyExtras::properties, PlyExtras::lists}) {
             for (const bool isDouble : {true, false}) {
@@ -117,7 +119,6 @@ TEST(PlyReader, ReadsEveryEncodingWithPropertiesAndListsAroundTheCoordinates) {
             }
         }
     }
-    fs::remove_all(path.parent_path());
 }
 
 std::string withByte(std::string bytes, std::size_t at, unsigned value) {
@@ -138,7 +139,8 @@ const char* const plyRefused = "@ is a PLY file that cannot be read: ";
 // 100 points of format 6 behind two variable-length records; the LAS 1.2 one has no
 // records behind its points, so that cutting its last byte cuts a point.
 TEST(ExchangeReader, RefusesLazE57AndHeadersThatDisagreeWithTheirFiles) {
-    const fs::path dir = testing::makeScratchDir("exchange-refusals");
+    const testing::ScratchDir scratch("exchange-refusals");
+    const fs::path& dir = scratch.path;
     Cloud cloud = spiralAtSurveyOrigin();
     cloud.resize(100);
     ASSERT_TRUE(synth::writeLasPoints(dir / "wide.las", cloud, {.versionMinor = 4, .pointFormat = 6, .vlrCount = 2,
@@ -211,7 +213,6 @@ TEST(ExchangeReader, RefusesLazE57AndHeadersThatDisagreeWithTheirFiles) {
         EXPECT_EQ(read.out, c.out);
         EXPECT_TRUE(read.points.empty());
     }
-    fs::remove_all(dir);
 }
 
 }  // namespace

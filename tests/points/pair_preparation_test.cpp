@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "registration/pair_measure.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -28,7 +29,8 @@ std::string groundBytes(double dx, double dy, double dz) {
 // Prepares the pair of table rows 0 and 1 from files of these bytes (no first file for
 // empty bytes), the files taken as lying in the survey frame. Gives standard output.
 std::string prepare(Run& run, std::int32_t& result, const std::string& firstBytes, const std::string& secondBytes) {
-    const std::filesystem::path dir = testing::makeScratchDir("pair-preparation");
+    const testing::ScratchDir scratch("pair-preparation");
+    const std::filesystem::path& dir = scratch.path;
     run.pair.firstPath = (dir / "a").string();
     run.pair.secondPath = (dir / "b").string();
     if (!firstBytes.empty()) testing::writeFile(run.pair.firstPath, firstBytes);

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "points/point_file_kind.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 #include "synth/exchange_writer.h"
 
@@ -70,7 +71,8 @@ Cloud pointsAboutAScanner(bool withNan) {
 // In the registration phase (translated, range from the scanner), in the RMS phase (not
 // translated, so that every point misses the box) and in mode 5 (no scanner).
 TEST(PointLoading, LasAndPlyLoadExactlyAsTheTextReaderLoadsTheSameCoordinates) {
-    const fs::path dir = testing::makeScratchDir("point-loading");
+    const testing::ScratchDir scratch("point-loading");
+    const fs::path& dir = scratch.path;
     const Cloud plain = pointsAboutAScanner(true);
     Cloud quantised = pointsAboutAScanner(false);
     for (PointRecord& p : quantised) {
@@ -101,23 +103,23 @@ TEST(PointLoading, LasAndPlyLoadExactlyAsTheTextReaderLoadsTheSameCoordinates) {
             EXPECT_EQ(fromText.out, "Loading 6 points from file @ \nCliff Distance 3.858581 \nFinished loading 4 points\n");
         }
     }
-    fs::remove_all(dir);
 }
 
 // A LAS file without points says so as a text file without point lines does.
 TEST(PointLoading, AnEmptyLasFileSpeaksAsEmptyText) {
-    const fs::path dir = testing::makeScratchDir("point-loading-empty");
+    const testing::ScratchDir scratch("point-loading-empty");
+    const fs::path& dir = scratch.path;
     ASSERT_TRUE(synth::writeLasPoints(dir / "empty.las", {}, {}));
     testing::writeFile(dir / "empty.txt", "#X,Y,Z\n# no points at all in this file\n");
     sorvek::Run run;
     const Loaded empty = load(run, dir / "empty.las", {});
     expectSameLoad(empty, load(run, dir / "empty.txt", {}));
     EXPECT_EQ(empty.out, "NO POINTS in file!!!!!  \nCliff Distance -nan \nFinished loading 0 points\n");
-    fs::remove_all(dir);
 }
 
 TEST(ScanPointFile, StandsInALasThenAPlyFileForAMissingBxyzFile) {
-    const fs::path dir = testing::makeScratchDir("scan-point-file");
+    const testing::ScratchDir scratch("scan-point-file");
+    const fs::path& dir = scratch.path;
     struct Case { const char* name; std::vector<const char*> present; const char* used; };
     const Case cases[] = {{"a.bxyz", {"a.bxyz", "a.las"}, "a.bxyz"}, {"a.bxyz", {"a.las", "a.ply"}, "a.las"},
                           {"a.bxyz", {"a.ply"}, "a.ply"},            {"a.bxyz", {"a.LAS", "a.txt"}, "a.bxyz"},
@@ -129,7 +131,6 @@ TEST(ScanPointFile, StandsInALasThenAPlyFileForAMissingBxyzFile) {
         for (const char* name : c.present) testing::writeFile(dir / name, "");
         EXPECT_EQ(scanPointFile((dir / c.name).string()), (dir / c.used).string());
     }
-    fs::remove_all(dir);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -10,7 +11,8 @@ namespace {
 // Reads `contents` as a text point file, scanner at the origin; gives x, y, z and cube of
 // each stored point, and the console text with the file's path written as @.
 std::vector<double> readText(const Run& run, const std::string& contents, std::string& out) {
-    const std::string path = (testing::makeScratchDir("text-reader") / "points.txt").string();
+    const testing::ScratchDir scratch("text-reader");
+    const std::string path = (scratch.path / "points.txt").string();
     testing::writeFile(path, contents);
     Cloud cloud;
     CloudBounds bounds;

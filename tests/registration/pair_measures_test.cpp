@@ -15,6 +15,7 @@
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/cube_walk.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -113,7 +114,8 @@ TEST(PairMeasure, AcceptsUpToTheLimitNeedsMinnumptsAndDropsSamplesWithAnEmptyPla
 // In mode 5 the measure writes its pairs beside the run; a file it cannot create is
 // reported and left out, and the measure comes out as it does without diagnostics.
 TEST(PairMeasure, ReportsADiagnosticFileItCannotCreateAndGoesOn) {
-    const std::filesystem::path dir = testing::makeScratchDir("diagnostics");
+    const testing::ScratchDir scratch("diagnostics");
+    const std::filesystem::path& dir = scratch.path;
     std::filesystem::create_directory(dir / "PointsScan1.txt");
     const std::filesystem::path previous = std::filesystem::current_path();
     sorvek::Run run;
@@ -131,12 +133,12 @@ TEST(PairMeasure, ReportsADiagnosticFileItCannotCreateAndGoesOn) {
     EXPECT_EQ(out, "Unable to create PointsScan1.txt \n");
     EXPECT_EQ(rms, quiet);
     EXPECT_TRUE(std::filesystem::exists(dir / "PointsScan2.txt"));
-    std::filesystem::remove_all(dir);
 }
 
 // 999,996 subject points in one cube end the run at once: the message, a key, status 0.
 TEST(PairMeasure, TooManyPointsInOneCubeEndTheRunWithStatusZero) {
-    const std::filesystem::path dir = testing::makeScratchDir("too-many");
+    const testing::ScratchDir scratch("too-many");
+    const std::filesystem::path& dir = scratch.path;
     Cloud crowd(999996);
     for (std::size_t i = 0; i < crowd.size(); ++i) {
         crowd[i] = {0.5 * static_cast<double>(i % 1000) / 1000.0, 0.5 * static_cast<double>(i / 1000) / 1000.0, 0.25};

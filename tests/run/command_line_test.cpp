@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "run/worker_pool.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -25,7 +26,8 @@ CommandLine parse(std::vector<std::string> words) {
 // A value may follow '=', the last of two equal flags wins, "--" lets a database whose
 // name begins with dashes through, and after the first argument a flag is an argument.
 TEST(CommandLine, FlagsBeforeTheArgumentsSetTheirFieldsAndLeaveTheRest) {
-    const std::filesystem::path dir = testing::makeScratchDir("flags");
+    const testing::ScratchDir scratch("flags");
+    const std::filesystem::path& dir = scratch.path;
     const std::string report = (dir / "line7.HTML").string();
     struct Case { std::vector<std::string> words; std::int32_t threads; int firstArgument;
                   std::optional<std::int32_t> mode; bool yes; std::string report; };
@@ -47,11 +49,11 @@ TEST(CommandLine, FlagsBeforeTheArgumentsSetTheirFieldsAndLeaveTheRest) {
     }
     EXPECT_TRUE(parse({"sorvek", "--help", "line7.txt"}).asksForHelp);
     EXPECT_TRUE(parse({"sorvek", "--version"}).asksForVersion);
-    std::filesystem::remove_all(dir);
 }
 
 TEST(CommandLine, RefusesWhatItCannotUse) {
-    const std::filesystem::path dir = testing::makeScratchDir("flags-refused");
+    const testing::ScratchDir scratch("flags-refused");
+    const std::filesystem::path& dir = scratch.path;
     std::filesystem::create_directory(dir / "folder.html");
     const std::string folder = (dir / "folder.html").string();
     const std::string missing = (dir / "missing" / "r.html").string();
@@ -81,7 +83,6 @@ TEST(CommandLine, RefusesWhatItCannotUse) {
         EXPECT_FALSE(line.isValid);
         EXPECT_EQ(line.problem, "sorvek: " + c.problem + "\n");
     }
-    std::filesystem::remove_all(dir);
 }
 
 // Every part runs once, whatever the pool; a failing part's exception reaches the caller,

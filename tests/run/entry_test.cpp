@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -31,7 +32,8 @@ TEST(OptionPath, SitsBesideTheProgramWhenItsFolderIsLongEnough) {
 // A process started without even its own name asks for the database: a word of fewer than
 // five characters ends the run, a longer one becomes the database path (0 then quits).
 TEST(Entry, WithoutAnyArgumentAsksForTheDatabase) {
-    const fs::path dir = testing::makeScratchDir("prompt");
+    const testing::ScratchDir scratch("prompt");
+    const fs::path& dir = scratch.path;
     struct Case { const char* typed; const char* shown; };
     for (const Case c : {Case{"abcd\n", "INVALID FILE. Please restart program!\n"},
                          Case{"jobs.txt\n0\n", "Scan database name: jobs \n"}}) {
@@ -47,7 +49,6 @@ TEST(Entry, WithoutAnyArgumentAsksForTheDatabase) {
                             "DATABASE INTO EXE!!!\n", 0), 0U) << out;
         EXPECT_NE(out.find(c.shown), std::string::npos) << out;
     }
-    fs::remove_all(dir);
 }
 
 // With no scans each mode's last stage line is followed by the closing prompt and the log
@@ -63,14 +64,14 @@ TEST(ModesSession, EveryModeReachesTheClosingWithAnEmptyLog) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.mode);
-        const fs::path dir = testing::makeScratchDir("modes");
+        const testing::ScratchDir scratch("modes");
+        const fs::path& dir = scratch.path;
         testing::writeFile(dir / "empty.txt", "X,Y,Z,rotX,rotY,rotZ,id,subid,name\n");
         const auto result = testing::runSorvek(dir, {"empty.txt"}, std::string(c.mode) + "\n\n\n", "");
         EXPECT_EQ(result.exitCode, 0);
         EXPECT_TRUE(result.out.ends_with(
             c.lastLines + "100 percent complete \nPress ENTER to close the program  \n")) << result.out;
         EXPECT_TRUE(fs::exists(dir / "emptylog.txt") && testing::readFile(dir / "emptylog.txt").empty());
-        fs::remove_all(dir);
     }
 }
 

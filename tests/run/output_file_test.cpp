@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -13,8 +14,6 @@ namespace fs = std::filesystem;
 
 class WholeFile : public ::testing::Test {
 protected:
-    void SetUp() override { dir = testing::makeScratchDir("whole-file"); }
-    void TearDown() override { fs::remove_all(dir); }
 
     // Writes `text` as a whole file at `name` and returns what stood at `name` just
     // before the commit.
@@ -29,7 +28,8 @@ protected:
         return before;
     }
 
-    fs::path dir;
+    const testing::ScratchDir scratch{"whole-file"};
+    const fs::path dir = scratch.path;  // declared after `scratch`, so made after it
 };
 
 TEST_F(WholeFile, TakesItsFinalNameOnlyWhenComplete) {

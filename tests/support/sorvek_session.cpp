@@ -9,12 +9,6 @@
 
 namespace sorvek::testing {
 
-std::filesystem::path makeScratchDir(const std::string& label) {
-    std::string pattern = (std::filesystem::temp_directory_path() / ("sorvek-" + label + "-XXXXXX")).string();
-    if (mkdtemp(pattern.data()) == nullptr) return {};
-    return pattern;
-}
-
 std::string readFile(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream contents;

@@ -16,9 +16,6 @@ struct SessionResult {
     int exitCode = -1;  // process exit code
 };
 
-// A fresh empty folder under the system's temporary folder, named after `label`.
-std::filesystem::path makeScratchDir(const std::string& label);
-
 // Whole contents of a file; empty when it cannot be read.
 std::string readFile(const std::filesystem::path& path);
 

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
 namespace sorvek {
@@ -30,7 +31,8 @@ TEST(ScanFileName, PadsEachIdBelow100OnlyWhenZeropadIsOne) {
 // where a difference of 1e-10 from the full pi still shows. A file that lost rows between
 // the count and the load is refused, not half loaded.
 TEST(LoadScanDatabase, ConvertsDegreesWithTheShortPiAndRefusesRowsLostSinceTheCount) {
-    const std::filesystem::path folder = testing::makeScratchDir("database");
+    const testing::ScratchDir scratch("database");
+    const std::filesystem::path& folder = scratch.path;
     testing::writeFile(folder / "line7.txt", "H\n512.12,421.50,101.25,0.10,-0.20,87.50,12,3,R0042\n");
     sorvek::Run run;
     run.state.databasePath = (folder / "line7.txt").string();
@@ -73,7 +75,8 @@ TEST(CountScans, RefusesADatabaseThatIsNoStreamOfRowsNamingTheLine) {
              Case{good + "1,2,3,4,5,6,7,4294967296,N\n", "H", frame + "3, the second id is not a whole number within 32 bits" + advice},
              Case{good + "1,2,3,4,5,6,7,8,\0A\n"s, "H", frame + "3, the name begins with a zero byte" + advice}}) {
         SCOPED_TRACE(c.message);
-        const std::filesystem::path folder = testing::makeScratchDir("refused");
+        const testing::ScratchDir scratch("refused");
+        const std::filesystem::path& folder = scratch.path;
         testing::writeFile(folder / "line7.txt", c.database);
         const testing::SessionResult result = testing::runSorvek(folder, {"line7.txt"}, "10\n\n\n");
         EXPECT_TRUE(result.out.ends_with("0 = quit and reformat your input file, \n\n" + c.header + "\n" + c.message))

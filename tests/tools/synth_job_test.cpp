@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 #include "synth/command_line.h"
 #include "synth/exchange_writer.h"
@@ -21,26 +22,27 @@ namespace {
 namespace fs = std::filesystem;
 using namespace sorvek::synth;
 using sorvek::testing::readFile;
+using sorvek::testing::ScratchDir;
 
-fs::path writeJob(const SurveySpec& surveySpec, const std::string& label) {
-    const fs::path dir = sorvek::testing::makeScratchDir(label);
+ScratchDir writeJob(const SurveySpec& surveySpec, const std::string& label) {
+    ScratchDir dir(label);
     std::string error;
-    EXPECT_TRUE(writeSurvey(surveySpec, dir, error)) << error;
+    EXPECT_TRUE(writeSurvey(surveySpec, dir.path, error)) << error;
     return dir;
 }
 
 // The text file carries the binary file's points, rounded to its six decimals.
 TEST(SynthJob, SameSeedGivesTheSameBytesAndTextRepeatsTheBinaryPoints) {
     SurveySpec surveySpec{.scans = 2, .points = 500, .text = true};
-    const fs::path first = writeJob(surveySpec, "synth-a"), second = writeJob(surveySpec, "synth-b");
+    const ScratchDir first = writeJob(surveySpec, "synth-a"), second = writeJob(surveySpec, "synth-b");
     std::size_t fileCount = 0;
-    for (const fs::directory_entry& entry : fs::directory_iterator(first)) {
-        EXPECT_EQ(readFile(entry.path()), readFile(second / entry.path().filename())) << entry.path();
+    for (const fs::directory_entry& entry : fs::directory_iterator(first.path)) {
+        EXPECT_EQ(readFile(entry.path()), readFile(second.path / entry.path().filename())) << entry.path();
         ++fileCount;
     }
     EXPECT_EQ(fileCount, 2U + 2U + 3U);  // points twice per scan, database, truth, options
-    const std::string binary = readFile(first / "survey_002_001_S002.bxyz");
-    std::istringstream text(readFile(first / "survey_002_001_S002.txt"));
+    const std::string binary = readFile(first.path / "survey_002_001_S002.bxyz");
+    std::istringstream text(readFile(first.path / "survey_002_001_S002.txt"));
     std::string line;
     ASSERT_TRUE(std::getline(text, line) && line == "#X,Y,Z");
     for (std::size_t pointIndex = 0; pointIndex < 500; ++pointIndex) {
@@ -51,9 +53,8 @@ TEST(SynthJob, SameSeedGivesTheSameBytesAndTextRepeatsTheBinaryPoints) {
         ASSERT_TRUE(std::abs(x - p.x) <= 5e-7 && std::abs(y - p.y) <= 5e-7 && std::abs(z - p.z) <= 5e-7) << line;
     }
     surveySpec.seed = 2;
-    const fs::path other = writeJob(surveySpec, "synth-c");
-    EXPECT_NE(binary, readFile(other / "survey_002_001_S002.bxyz"));
-    for (const fs::path& dir : {first, second, other}) fs::remove_all(dir);
+    const ScratchDir other = writeJob(surveySpec, "synth-c");
+    EXPECT_NE(binary, readFile(other.path / "survey_002_001_S002.bxyz"));
 }
 
 template <typename Value>
@@ -67,7 +68,8 @@ Value valueAt(const std::string& bytes, std::size_t offset) {
 // pinned by its refusals of files changed at those offsets; here the file's length with
 // its variable-length and extended records, the bounds and the stored integers.
 TEST(SynthWriters, WriteLasHeadersAndRecordsWhereTheFormatPutsThem) {
-    const fs::path dir = sorvek::testing::makeScratchDir("synth-las");
+    const ScratchDir scratch("synth-las");
+    const fs::path& dir = scratch.path;
     const sorvek::Cloud cloud = {{1000.5, 2000.25, -3.0, 0, 0}, {999.9994, 2001.0, 0.0015, 0, 0}};
     struct Case { std::uint32_t minor, format, extraBytes; std::size_t header, record, vlrBytes, tail; };
     for (const Case& c : {Case{2, 3, 0, 227, 34, 54 + 16, 0}, Case{4, 6, 2, 375, 32, 54 + 16, 60 + 16}}) {
@@ -89,12 +91,12 @@ TEST(SynthWriters, WriteLasHeadersAndRecordsWhereTheFormatPutsThem) {
         EXPECT_EQ(lasQuantised(0.0015, 0.001, 0.0), 0.002);
     }
     EXPECT_FALSE(writeLasPoints(dir / "far.las", {{5.0e6, 0, 0, 0, 0}}, LasLayout{.scale = 0.001}));  // beyond 32 bits
-    fs::remove_all(dir);
 }
 
 // The PLY writer: the header with every kind of extra, and the bodies in all three encodings.
 TEST(SynthWriters, WritePlyHeadersAndBodiesInEveryEncoding) {
-    const fs::path dir = sorvek::testing::makeScratchDir("synth-ply");
+    const ScratchDir scratch("synth-ply");
+    const fs::path& dir = scratch.path;
     const sorvek::Cloud cloud = {{0.1, -2.5, 1e6, 0, 0}, {3.0, 4.0, 5.0, 0, 0}};
     ASSERT_TRUE(writePlyPoints(dir / "a.ply", cloud, {.format = "ascii", .isDouble = false, .extras = PlyExtras::lists}));
     EXPECT_EQ(readFile(dir / "a.ply"),
@@ -115,20 +117,18 @@ TEST(SynthWriters, WritePlyHeadersAndBodiesInEveryEncoding) {
     const std::string little = readFile(dir / "l.ply");
     EXPECT_EQ(valueAt<float>(little, little.size() - 12), 3.0F);
     EXPECT_FALSE(writePlyPoints(dir / "x.ply", cloud, {.format = "binary"}));
-    fs::remove_all(dir);
 }
 
 // A text job writes its scans as text under the .bxyz names, in the survey frame, and its
 // option file says so. (LAS and PLY jobs are aligned against .bxyz ones in the batch tests.)
 TEST(SynthJob, WritesTextScansUnderTheirBxyzNamesInTheSurveyFrame) {
     SurveySpec surveySpec{.scans = 2, .points = 300, .offsetX = 512000.0};
-    const fs::path binary = writeJob(surveySpec, "synth-bxyz");
+    const ScratchDir binary = writeJob(surveySpec, "synth-bxyz");
     surveySpec.format = "text";
-    const fs::path text = writeJob(surveySpec, "synth-text-job");
-    EXPECT_EQ(readFile(text / "survey_002_001_S002.bxyz").substr(0, 8), "#X,Y,Z\n5");  // survey X near 512000
-    EXPECT_EQ(readFile(text / "sorvek.txt"), readFile(binary / "sorvek.txt") +
-                                                 "# The point files lie in the survey frame already.\nSCANTRANSFORM 1\n");
-    for (const fs::path& dir : {binary, text}) fs::remove_all(dir);
+    const ScratchDir text = writeJob(surveySpec, "synth-text-job");
+    EXPECT_EQ(readFile(text.path / "survey_002_001_S002.bxyz").substr(0, 8), "#X,Y,Z\n5");  // survey X near 512000
+    EXPECT_EQ(readFile(text.path / "sorvek.txt"), readFile(binary.path / "sorvek.txt") +
+                                                      "# The point files lie in the survey frame already.\nSCANTRANSFORM 1\n");
 }
 
 TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
@@ -145,7 +145,8 @@ TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
         {"--format laz", "--format needs bxyz, text, las or ply, not 'laz'"},
         {"extra", "unexpected argument 'extra'"},
     };
-    const fs::path dir = sorvek::testing::makeScratchDir("synth-args");
+    const ScratchDir scratch("synth-args");
+    const fs::path& dir = scratch.path;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.arguments);
         const int status = std::system(("cd '" + dir.string() + "' && " + SORVEK_SYNTH_BINARY + " " +
@@ -156,7 +157,6 @@ TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
         EXPECT_EQ(readFile(dir / "synth.out").find("--no-occlusion") != std::string::npos, !c.message);
     }
     EXPECT_FALSE(fs::exists(dir / "synthetic-survey"));
-    fs::remove_all(dir);
 }
 
 TEST(SynthCommandLine, ReadsEveryOptionIntoTheSpec) {

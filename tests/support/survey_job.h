@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "batch/rotated_file_name.h"
+#include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 #include "synth/synth.h"
 
@@ -26,28 +27,25 @@ inline const char* const smallSurveyOptions =
     "dCX 2\ndCY 2\ndCZ 2\nMINNUMPTS 200\nMAXRANGE 999999999\n";
 
 struct SurveyJob {
-    std::filesystem::path dir;  // working folder: database, scans, result files
-    std::string name;           // database stem
-    std::string baseOptions;    // the generator's option file and the small-survey lines
+    ScratchDir dir;           // working folder: database, scans, result files; goes with the job
+    std::string name;         // database stem
+    std::string baseOptions;  // the generator's option file and the small-survey lines
 };
 
 // A synthetic job written into a fresh folder; the test fails when it cannot be written.
 inline SurveyJob makeSurveyJob(const std::string& label, const synth::SurveySpec& surveySpec) {
-    SurveyJob job;
-    job.dir = makeScratchDir(label);
-    job.name = surveySpec.name;
+    SurveyJob job{ScratchDir(label), surveySpec.name, ""};
     std::string error;
-    EXPECT_TRUE(synth::writeSurvey(surveySpec, job.dir, error)) << error;
-    job.baseOptions = readFile(job.dir / "sorvek.txt") + smallSurveyOptions;
-    std::filesystem::remove(job.dir / "sorvek.txt");
+    EXPECT_TRUE(synth::writeSurvey(surveySpec, job.dir.path, error)) << error;
+    job.baseOptions = readFile(job.dir.path / "sorvek.txt") + smallSurveyOptions;
+    std::filesystem::remove(job.dir.path / "sorvek.txt");
     return job;
 }
 
 // A copy of `job` with everything its runs left, in a fresh folder named after `label`.
 inline SurveyJob copyJob(const SurveyJob& job, const std::string& label) {
-    SurveyJob copy = job;
-    copy.dir = makeScratchDir(label);
-    std::filesystem::copy(job.dir, copy.dir, std::filesystem::copy_options::recursive);
+    SurveyJob copy{ScratchDir(label), job.name, job.baseOptions};
+    std::filesystem::copy(job.dir.path, copy.dir.path, std::filesystem::copy_options::recursive);
     return copy;
 }
 
@@ -61,7 +59,7 @@ inline synth::SurveySpec smallSpec(const std::string& layout, const std::string&
 // later option lines win over the earlier ones.
 // A sanitizer report on standard error fails the test that made the run.
 inline SessionResult runMode(const SurveyJob& job, int mode, const std::string& extraOptions = "") {
-    SessionResult result = runSorvek(job.dir, {job.name + ".txt"}, std::to_string(mode) + "\n\n\n",
+    SessionResult result = runSorvek(job.dir.path, {job.name + ".txt"}, std::to_string(mode) + "\n\n\n",
                                      job.baseOptions + extraOptions);
     EXPECT_EQ(result.err.find("Sanitizer"), std::string::npos) << result.err;
     EXPECT_EQ(result.err.find("runtime error"), std::string::npos) << result.err;
@@ -120,13 +118,12 @@ inline const char* const quickSolvers = "MINNUMPTS 50\nMAXITER 2\nMAXREPEAT 2\n"
 // A line of four scans with the results of quick runs in modes 1, 2, 8 and 9, made once
 // for all the tests that need it; they copy it before they change anything.
 inline const SurveyJob& cleanLineJob() {
-    struct Made {
-        SurveyJob job = makeSurveyJob("clean", smallSpec("line", "north", 4, 20000));
-        Made() { for (int mode : {1, 2, 8, 9}) runMode(job, mode, quickSolvers); }
-        ~Made() { std::filesystem::remove_all(job.dir); }
-    };
-    static const Made made;
-    return made.job;
+    static const SurveyJob job = [] {
+        SurveyJob made = makeSurveyJob("clean", smallSpec("line", "north", 4, 20000));
+        for (int mode : {1, 2, 8, 9}) runMode(made, mode, quickSolvers);
+        return made;
+    }();
+    return job;
 }
 
 // The log a run leaves for the pairs of scans (first, second) that could not be read.

@@ -49,12 +49,16 @@ TEST(ResultRows, RotationRowOnlyWhenTheSolverBeatsTheInitialRms) {
     }
 }
 
+// Worked by hand: (500 * 999 + 1500 * 0.05) / 2000 = 499575 / 2000, so a failed direction
+// (999) drags the mean up by its share of the points rather than being left out.
 TEST(WeightedRms, WeighsEachDirectionByItsCountAndWrapsTheSumAsThirtyTwoBits) {
+    EXPECT_EQ(weightedRms(999.0, 500, 0.05, 1500), 249.7875);
     EXPECT_EQ(weightedRms(0.02, 1000, 0.04, 3000), 0.035);
     EXPECT_TRUE(std::isnan(weightedRms(999.0, 0, 999.0, 0)));
     const std::int32_t most = std::numeric_limits<std::int32_t>::max();
-    // The sum wraps to -2 in 32 bits; the weights themselves stay as they are.
-    EXPECT_EQ(weightedRms(1.0, most, 1.0, most), (2.0 * most) / -2.0);
+    // The count sum wraps to -2 in 32 bits while the weights stay as they are:
+    // (2147483647 + 2147483647) / -2.
+    EXPECT_EQ(weightedRms(1.0, most, 1.0, most), -2147483647.0);
 }
 
 }  // namespace

@@ -2,12 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "points/work_cloud.h"
-
+#include <algorithm>
 #include <cmath>
 #include <tuple>
 
-#include "registration/pair_measure.h"
 #include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
@@ -15,13 +13,14 @@ namespace sorvek {
 namespace {
 
 // A 4 m square of ground every 0.1 m, rippled so that no three neighbours are collinear,
-// shifted by (dx, dy) and lifted by dz, as the bytes of a .bxyz file.
-std::string groundBytes(double dx, double dy, double dz) {
+// shifted by (dx, dy) and lifted by dz, as the bytes of a .bxyz file. The waves of height
+// `waveZ` (metres) make it rough; without them it is the flat plane z = dz.
+std::string groundBytes(double dx, double dy, double dz, double waveZ = 0.02) {
     Cloud cloud;
     for (int i = 0; i < 1600; ++i) {
         const int row = i / 40, column = i % 40;
         cloud.push_back({dx + 0.1 * row + 0.01 * std::sin(column), dy + 0.1 * column + 0.01 * std::cos(row),
-                         dz + 0.02 * std::sin(0.7 * row + 0.3 * column), 0, 0});
+                         dz + waveZ * std::sin(0.7 * row + 0.3 * column), 0, 0});
     }
     return {reinterpret_cast<const char*>(cloud.data()), cloud.size() * sizeof(PointRecord)};
 }
@@ -45,27 +44,30 @@ std::string prepare(Run& run, std::int32_t& result, const std::string& firstByte
     return ::testing::internal::GetCapturedStdout();
 }
 
-// Each direction is rounded to 32 bits, the two are added in 32 bits and the sum is halved
-// in 64. The count printed is that of the second measure, first cloud against second.
+// Two flat grids 4 cm apart, the second also shifted in plan: every point lies 4 cm from
+// the other plane, so both directions and their mean are 0.04 rounded to 32 bits. On rough
+// ground the two directions differ, and the mean is the one printed.
 TEST(PairPreparation, MeasuresBothDirectionsAndKeepsThe32BitMean) {
     sorvek::Run run;
     run.state.runMode = 1;
     run.options.MINNUMPTS = 10;
-    run.options.MAXDISTINITIAL = 0.045;  // near the lift, so that the directions differ
-    std::int32_t result = 0, count12 = 0;
-    const std::string out = prepare(run, result, groundBytes(0, 0, 0), groundBytes(1.05, 0.03, 0.04));
+    run.options.MAXDISTINITIAL = 0.045;
+    std::int32_t result = 0;
+    std::string out = prepare(run, result, groundBytes(0, 0, 0, 0.0), groundBytes(1.05, 0.03, 0.04, 0.0));
     ASSERT_EQ(result, 1);
-    WorkCloud first, second;
-    copySorted(run, run.pair.firstCloud, run.state.cubeCount, first);
-    copySorted(run, run.pair.secondCloud, run.state.cubeCount, second);
-    const double rms12 = measurePairRms(run, first, second, 0.045, count12, run.options.ZMIN);
-    EXPECT_EQ(run.pair.initialRms12, static_cast<float>(rms12));
-    EXPECT_NE(static_cast<double>(run.pair.initialRms12), rms12);  // precision did fall
-    EXPECT_NE(run.pair.initialRms21, run.pair.initialRms12);
-    const float sum = run.pair.initialRms12 + run.pair.initialRms21;
-    EXPECT_EQ(run.pair.initialRms, static_cast<float>(static_cast<double>(sum) * 0.5));
-    EXPECT_TRUE(out.ends_with("Initial rms = " + std::to_string(static_cast<double>(run.pair.initialRms)) +
-                              " calculated from " + std::to_string(count12) + " pts\n")) << out;
+    EXPECT_EQ(run.pair.initialRms12, 0.04F);
+    EXPECT_EQ(run.pair.initialRms21, 0.04F);
+    EXPECT_EQ(run.pair.initialRms, 0.04F);
+    EXPECT_NE(out.find("Initial rms = 0.040000 calculated from "), std::string::npos) << out;
+
+    out = prepare(run, result, groundBytes(0, 0, 0), groundBytes(1.05, 0.03, 0.04));
+    ASSERT_EQ(result, 1);
+    const auto [lower, higher] = std::minmax(run.pair.initialRms12, run.pair.initialRms21);
+    EXPECT_LT(lower, higher);
+    EXPECT_TRUE(lower < run.pair.initialRms && run.pair.initialRms < higher);
+    EXPECT_TRUE(out.ends_with(" pts\n")) << out;
+    EXPECT_NE(out.find("Initial rms = " + std::to_string(static_cast<double>(run.pair.initialRms)) + " calculated"),
+              std::string::npos) << out;
 }
 
 // With SCANTRANSFORM 1 the points stay where the files put them, and the grid lies on the

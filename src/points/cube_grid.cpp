@@ -158,10 +158,4 @@ void assignCubes(Run& run, std::span<PointRecord> points, const CloudBounds& bou
     });
 }
 
-int compareCube(const PointRecord& first, const PointRecord& second) {
-    if (first.cube < second.cube) return -1;
-    if (first.cube > second.cube) return 1;
-    return 0;
-}
-
 }  // namespace sorvek

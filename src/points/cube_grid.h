@@ -57,9 +57,6 @@ inline std::uint32_t cubeOf(const CubeGrid& grid, double x, double y, double z);
 // every cube 0 and cubeCount 0; layCubeGrid tells the caller when that happens.
 void assignCubes(Run& run, std::span<PointRecord> points, const CloudBounds& bounds, double zMin);
 
-// -1, 0 or +1 by the unsigned `cube` fields alone.
-int compareCube(const PointRecord& first, const PointRecord& second);
-
 // The cube coordinate of `offset` along an axis of `cubes` cubes, or -1 when outside.
 // q > -1 is trunc(q) >= 0, and q < cubes is trunc(q) < cubes, so the conversion only ever
 // sees values that int32 holds. NaN fails both tests.

@@ -108,6 +108,9 @@ double reachGround(const GroundModel& ground, const Ray& ray, double maxDistance
     if (!(descent > 0.0)) return noHit;
     double low = std::max(0.0, (planeHeight - bound) / descent);
     double high = (planeHeight + bound) / descent;
+    // Starting below the lowest the ground can be, the ray meets no ground ahead; the
+    // bracket is then empty, which the clamp below may not be given.
+    if (high < low) return noHit;
     if (low > maxDistance) return noHit;
     // The roughness bound puts a sign change inside [low, high]; Newton steps that leave
     // the shrinking bracket fall back to halving it.

@@ -1,6 +1,5 @@
 #include "synth/scene.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "synth/random.h"
@@ -52,15 +51,6 @@ GroundSample octave(std::uint64_t seed, double amplitude, double cell, double x,
     return result;
 }
 
-// Signed distance to an axis-aligned box given the point's excess over each half extent.
-double boxDistance(double qx, double qy, double qz) {
-    const double ox = std::max(qx, 0.0);
-    const double oy = std::max(qy, 0.0);
-    const double oz = std::max(qz, 0.0);
-    const double outside = std::sqrt(((ox * ox) + (oy * oy)) + (oz * oz));
-    return outside + std::min(std::max(qx, std::max(qy, qz)), 0.0);
-}
-
 }  // namespace
 
 GroundSample sampleGround(const GroundModel& ground, double x, double y) {
@@ -80,43 +70,6 @@ double groundHeight(const GroundModel& ground, double x, double y) {
 
 double roughnessBound(const GroundModel& ground) {
     return std::abs(ground.coarseAmplitude) + std::abs(ground.fineAmplitude);
-}
-
-double distanceToSolid(const Solid& solid, double x, double y, double z) {
-    const double dx = x - solid.centerX;
-    const double dy = y - solid.centerY;
-    switch (solid.kind) {
-    case SolidKind::box: {
-        const double localX = (dx * solid.yawCos) + (dy * solid.yawSin);
-        const double localY = (dy * solid.yawCos) - (dx * solid.yawSin);
-        const double midZ = (solid.bottomZ + solid.topZ) * 0.5;
-        const double halfHeight = (solid.topZ - solid.bottomZ) * 0.5;
-        return std::abs(boxDistance(std::abs(localX) - solid.halfLength, std::abs(localY) - solid.halfWidth,
-                                    std::abs(z - midZ) - halfHeight));
-    }
-    case SolidKind::cylinder: {
-        const double midZ = (solid.bottomZ + solid.topZ) * 0.5;
-        const double halfHeight = (solid.topZ - solid.bottomZ) * 0.5;
-        const double radial = std::sqrt((dx * dx) + (dy * dy)) - solid.radius;
-        const double vertical = std::abs(z - midZ) - halfHeight;
-        const double outR = std::max(radial, 0.0);
-        const double outZ = std::max(vertical, 0.0);
-        return std::abs(std::sqrt((outR * outR) + (outZ * outZ)) + std::min(std::max(radial, vertical), 0.0));
-    }
-    case SolidKind::sphere: {
-        const double dz = z - solid.centerZ;
-        return std::abs(std::sqrt(((dx * dx) + (dy * dy)) + (dz * dz)) - solid.radius);
-    }
-    }
-    return 0.0;
-}
-
-double distanceToScene(const Scene& scene, double x, double y, double z) {
-    double best = std::abs(z - groundHeight(scene.ground, x, y));
-    for (const Solid& solid : scene.solids) {
-        best = std::min(best, distanceToSolid(solid, x, y, z));
-    }
-    return best;
 }
 
 }  // namespace sorvek::synth

@@ -58,11 +58,4 @@ GroundSample sampleGround(const GroundModel& ground, double x, double y);
 // Largest amount the roughness can add to or take from the sloping plane.
 double roughnessBound(const GroundModel& ground);
 
-// Distance from (x, y, z) to the nearest surface of the scene: the ground measured
-// vertically, the solids exactly. For checks of sampled points, not for sampling.
-double distanceToScene(const Scene& scene, double x, double y, double z);
-
-// Distance from (x, y, z) to the surface of one solid, inside or out.
-double distanceToSolid(const Solid& solid, double x, double y, double z);
-
 }  // namespace sorvek::synth

@@ -2,14 +2,17 @@
 # Installs the Debian packages the build, the tests and the fuzzers need, if any is
 # missing. Safe to run again: it does nothing on a machine that has them all.
 #
-# With --for-tests it also installs chromium, in which the tests open the report page.
-# That one may fail (a machine without access to the package archive): the build goes on
-# and the tests that need a browser skip.
+# libclang-rt-dev is the clang runtime of whichever clang Debian ships (libFuzzer and the
+# sanitizers' libraries), so the list names no compiler version.
+#
+# With --for-tests it also installs clang-format, which checks the source layout, and
+# chromium, in which the tests open the report page. Chromium may fail (a machine without
+# access to the package archive): the build goes on and the tests that need it skip.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev clang libclang-rt-14-dev zlib1g-dev)
+packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev clang libclang-rt-dev zlib1g-dev)
 browser=()
-[ "${1:-}" = --for-tests ] && browser=(chromium)
+[ "${1:-}" = --for-tests ] && packages+=(clang-format) && browser=(chromium)
 
 as_root=()
 [ "$(id -u)" -ne 0 ] && as_root=(sudo)

@@ -23,6 +23,7 @@
 #include "points/binary_reader.h"
 #include "points/exchange_points.h"
 #include "points/point_file_kind.h"
+#include "points/text_reader.h"
 #include "points/transforms.h"
 #include "run/console.h"
 #include "run/output_file.h"
@@ -48,10 +49,6 @@ struct ScanOutput {
     OutputFile pointFile;            // the rotated point file
     std::int32_t pointsWritten = 0;  // NumpointsED
 };
-
-bool isCommentLine(std::string_view line) {
-    return !line.empty() && (line[0] == '#' || line[0] == 'x' || line[0] == 'X');
-}
 
 // One read of a line as a 256-byte buffer takes it: up to and including the line end, or
 // 255 characters of a longer line, whose rest comes as the next piece. False at the end.

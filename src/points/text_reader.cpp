@@ -14,11 +14,6 @@ namespace {
 
 constexpr int lineBufferSize = 256;
 
-// Comment and header lines are known by their first byte alone.
-bool mayHoldPoint(const char* line) {
-    return line[0] != '#' && line[0] != 'x' && line[0] != 'X';
-}
-
 // Lines that may hold a point, or nullopt when the file does not open. A count beyond
 // what 32 bits hold is refused like a file that does not open.
 std::optional<std::int32_t> countPointLines(const std::string& path) {
@@ -27,7 +22,7 @@ std::optional<std::int32_t> countPointLines(const std::string& path) {
     char line[lineBufferSize];
     std::int64_t lineCount = 0;
     while (std::fgets(line, lineBufferSize, file.get()) != nullptr) {
-        if (mayHoldPoint(line)) ++lineCount;
+        if (!isCommentLine(line)) ++lineCount;
     }
     if (lineCount > INT32_MAX) return std::nullopt;
     return static_cast<std::int32_t>(lineCount);
@@ -50,11 +45,15 @@ void loadPointLines(const PointFilter& filter, std::FILE* file, std::int32_t lin
                     FilteredLoad& load, Cloud& cloud) {
     char line[lineBufferSize];
     while (load.storedCount < lineCount && std::fgets(line, lineBufferSize, file) != nullptr) {
-        if (mayHoldPoint(line)) takeLine(filter, line, load, cloud);
+        if (!isCommentLine(line)) takeLine(filter, line, load, cloud);
     }
 }
 
 }  // namespace
+
+bool isCommentLine(std::string_view line) {
+    return !line.empty() && (line[0] == '#' || line[0] == 'x' || line[0] == 'X');
+}
 
 bool readTextPoints(const Run& run, const std::string& path, Cloud& cloud, CloudBounds& bounds,
                     double& cliffDistance, double zMin, double scanX, double scanY, double scanZ) {

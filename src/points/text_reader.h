@@ -2,10 +2,16 @@
 // Reader of delimited text point files: two passes, filters and the Cliff Distance.
 
 #include <string>
+#include <string_view>
 
 #include "run/records.h"
 
 namespace sorvek {
+
+// A line of a text point file that begins with '#', 'x' or 'X' is a comment or a header
+// and never a point; the first byte alone decides. Both the loading and the rotation of a
+// text scan read lines by this rule, so that they agree on what counts as a point.
+bool isCommentLine(std::string_view line);
 
 // Replaces the contents of `cloud` with the stored points; `bounds` is always written,
 // `cliffDistance` unless the run mode is 5. Returns false when no array was allocated

@@ -9,9 +9,9 @@
 
 #include "batch/batch_pair.h"
 #include "batch/result_rows.h"
-#include "batch/rotated_file_name.h"
 #include "batch/wall_clock.h"
 #include "points/pair_preparation.h"
+#include "survey/file_names.h"
 
 namespace sorvek {
 namespace {

@@ -8,6 +8,7 @@
 #include "points/point_loading.h"
 #include "points/transforms.h"
 #include "run/output_file.h"
+#include "survey/file_names.h"
 
 // Every scan's cloud moved into the survey frame by its own scan matrix and written as
 // text. The registration results play no part, and neither does SCANTRANSFORM: an
@@ -15,13 +16,6 @@
 // reader after an empty one; text, LAS and PLY files take the text reader's course.
 namespace sorvek {
 namespace {
-
-// "name.bxyz" becomes "name._adj.txt": four characters go, so the dot of ".bxyz" stays.
-std::string exportedFileName(const std::string& fileName) {
-    constexpr std::size_t cut = 4;
-    const std::size_t kept = fileName.size() >= cut ? fileName.size() - cut : 0;
-    return fileName.substr(0, kept) + "_adj.txt";
-}
 
 // The header line comes even for a scan without points, so that every scan leaves a file.
 void writeExportedCloud(const std::string& path, std::span<const PointRecord> points,

@@ -5,7 +5,7 @@
 
 namespace sorvek {
 
-// Renames each fileName's last five characters to "s.dat" in place and writes the matrix.
+// Writes each scan's matrix to matrixFileName of its point file; the scan table is unchanged.
 void writeTransformMatrices(Run& run);
 
 }  // namespace sorvek

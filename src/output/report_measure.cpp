@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "batch/batch_pair.h"
-#include "batch/rotated_file_name.h"
 #include "output/png_image.h"
 #include "points/pair_preparation.h"
 #include "points/transforms.h"
 #include "run/quiet_console.h"
+#include "survey/file_names.h"
 
 // The pair goes through prepareScanPair and evaluatePreparedPair, the same gate and the
 // same measure as an RMS pass, so that "before" and "after" differ only in the files.

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "batch/rotated_file_name.h"
 #include "batch/wall_clock.h"
 #include "output/adjusted_rotations.h"
 #include "output/report_content.h"
@@ -15,6 +14,7 @@
 #include "points/point_file_kind.h"
 #include "run/output_file.h"
 #include "run/run_modes.h"
+#include "survey/file_names.h"
 
 // The report reads what the stages left on disk (the result files and the log) rather
 // than anything they kept in memory, so that it shows the rows exactly as written.

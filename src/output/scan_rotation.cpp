@@ -16,7 +16,6 @@
 #include <string>
 #include <vector>
 
-#include "batch/rotated_file_name.h"
 #include "batch/wall_clock.h"
 #include "output/adjusted_rotations.h"
 #include "output/rotation_table.h"
@@ -27,6 +26,7 @@
 #include "points/transforms.h"
 #include "run/console.h"
 #include "run/output_file.h"
+#include "survey/file_names.h"
 
 namespace sorvek {
 namespace {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "run/records.h"
+#include "survey/file_names.h"
 
 // A file read as the wrong kind gives nonsense coordinates without a word of warning, so
 // every reader is chosen by what the file begins with. The test reads at most the first
@@ -62,11 +63,10 @@ bool isExchangeKind(PointFileKind kind) {
 }
 
 std::string scanPointFile(const std::string& path) {
-    constexpr std::string_view binaryEnding = ".bxyz";
-    if (!path.ends_with(binaryEnding) || fileExists(path)) return path;
-    const std::string stem = path.substr(0, path.size() - binaryEnding.size());
+    if (!path.ends_with(scanFileEnding) || fileExists(path)) return path;
     for (const char* ending : {".las", ".ply"}) {
-        if (fileExists(stem + ending)) return stem + ending;
+        std::string standIn = withEnding(path, scanFileEnding.size(), ending);
+        if (fileExists(standIn)) return standIn;
     }
     return path;
 }

@@ -61,7 +61,7 @@ struct ScanRecord {
     double rotZ = 0.0;                // radians; set by the database reader
     std::int32_t scanId = 0;          // id shown in every message and result file
     std::int32_t subId = 0;           // second id, part of the file name only
-    std::string fileName;             // composed point file path; the matrix writer renames it
+    std::string fileName;             // composed point file path; set by the database reader
     double northDist = 0.0;           // plan distance to northScan, or GPSMAXDIST; set by neighbours
     double southDist = 0.0;           // plan distance to southScan, or GPSMAXDIST; set by neighbours
     std::int32_t northScan = 0;       // table index of the north (east) neighbour, -1 if none

@@ -6,6 +6,7 @@
 
 #include "run/console.h"
 #include "survey/database_rows.h"
+#include "survey/file_names.h"
 
 // Both passes read the database as a stream of rows and refuse, with the line where the
 // trouble starts, any file that cannot be read that way, so that no row is ever stored
@@ -137,7 +138,7 @@ std::vector<ScanRecord> loadScanDatabase(Run& run) {
 std::string composeScanFileName(const std::string& databaseStem, std::int32_t zeroPad,
                                 std::int32_t scanId, std::int32_t subId, const std::string& name) {
     return databaseStem + "_" + idPadding(zeroPad, scanId) + std::to_string(scanId) + "_" +
-           idPadding(zeroPad, subId) + std::to_string(subId) + "_" + name + ".bxyz";
+           idPadding(zeroPad, subId) + std::to_string(subId) + "_" + name + std::string(scanFileEnding);
 }
 
 }  // namespace sorvek

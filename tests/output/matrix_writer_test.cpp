@@ -48,6 +48,7 @@ TEST(OutputNames, ANameTooShortForItsEndingIsReplacedWhole) {
         ::testing::internal::CaptureStdout(), ::testing::internal::CaptureStderr();
         stage(run);
         ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr();
+        EXPECT_EQ(run.state.scans[0].fileName, "ab");  // later stages and the report read it
     }
     std::filesystem::current_path(previous);
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "s.dat"));

@@ -13,8 +13,8 @@
 
 #include <gtest/gtest.h>
 
-#include "batch/rotated_file_name.h"
 #include "support/scratch_dir.h"
+#include "survey/file_names.h"
 #include "support/sorvek_session.h"
 #include "synth/synth.h"
 

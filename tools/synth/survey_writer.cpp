@@ -1,12 +1,12 @@
 #include "synth/survey_writer.h"
 
 #include <algorithm>
-#include <cstring>
 #include <system_error>
 
 #include "points/transforms.h"
 #include "synth/command_line.h"
 #include "survey/database_reader.h"
+#include "survey/file_names.h"
 #include "synth/exchange_writer.h"
 #include "synth/scan_plan.h"
 
@@ -57,9 +57,8 @@ bool writeScanPoints(const std::filesystem::path& path, const Cloud& cloud, cons
 
 std::string scanFileName(const std::string& stem, std::int32_t scanId, std::int32_t subId,
                          const std::string& name, const char* extension) {
-    std::string fileName = composeScanFileName(stem, 1, scanId, subId, name);
-    fileName.resize(fileName.size() - std::strlen(".bxyz"));
-    return fileName + extension;
+    const std::string fileName = composeScanFileName(stem, 1, scanId, subId, name);
+    return withEnding(fileName, scanFileEnding.size(), extension);
 }
 
 bool writeDatabase(const std::filesystem::path& path, const std::vector<ScanPose>& poses) {

@@ -9,6 +9,7 @@
 #include "registration/pair_measure.h"
 #include "registration/partial_least_squares.h"
 #include "registration/ping_pong.h"
+#include "run/int32_arithmetic.h"
 
 namespace sorvek {
 namespace {
@@ -19,11 +20,10 @@ std::span<const PointRecord> countedPoints(const Cloud& cloud, std::int32_t coun
     return std::span<const PointRecord>(cloud).first(std::min(length, cloud.size()));
 }
 
-// Sum of two accepted counts as a 32-bit integer would hold it; formed in 64 bits and
-// wrapped, so that no pair of counts can overflow.
+// Sum of two accepted counts as a 32-bit integer would hold it, so that no pair of counts
+// can overflow.
 std::int32_t sumOfCounts(std::int32_t first, std::int32_t second) {
-    const std::int64_t sum = static_cast<std::int64_t>(first) + static_cast<std::int64_t>(second);
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(sum)));
+    return wrapToInt32(std::int64_t{first} + std::int64_t{second});
 }
 
 }  // namespace

@@ -25,6 +25,7 @@
 #include "points/text_reader.h"
 #include "points/transforms.h"
 #include "run/console.h"
+#include "run/int32_arithmetic.h"
 #include "run/output_file.h"
 #include "survey/file_names.h"
 
@@ -76,16 +77,6 @@ bool extract(std::istream& in, Number& field) {
     if (!(in >> value)) return false;
     field = value;
     return true;
-}
-
-// Counts stop at the largest 32-bit number rather than wrap.
-void countOneMore(std::int32_t& count) {
-    if (count < std::numeric_limits<std::int32_t>::max()) ++count;
-}
-
-std::int32_t countAsInt32(std::size_t count) {
-    constexpr std::size_t greatest = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(count > greatest ? greatest : count);
 }
 
 // The turn about the scanner's vertical axis, from the offsets of a point to it.
@@ -154,7 +145,8 @@ LineCounts countTextLines(const std::string& path) {
     }
     std::string piece;
     while (readLinePiece(in.get(), piece)) {
-        countOneMore(isCommentLine(piece) ? counts.commentLines : counts.dataLines);
+        // Counts stop at the largest 32-bit number rather than wrap.
+        saturatingIncrement(isCommentLine(piece) ? counts.commentLines : counts.dataLines);
     }
     return counts;
 }

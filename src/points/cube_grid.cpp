@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "run/int32_arithmetic.h"
 #include "run/worker_pool.h"
 
 // The grid is a formula: counts from the box, a whole-number origin, and per point three
@@ -38,9 +39,8 @@ std::optional<double> wholeOrigin(double corner) {
 // The 32-bit product wraps instead of overflowing; it only matters when some count is 0
 // or below, and then every point takes it as its out-of-grid index whatever its sign.
 std::int32_t wrappedProduct(std::int32_t nx, std::int32_t nz, std::int32_t ny) {
-    const std::uint32_t product = static_cast<std::uint32_t>(nx) * static_cast<std::uint32_t>(nz) *
-                                  static_cast<std::uint32_t>(ny);
-    return static_cast<std::int32_t>(product);
+    const std::int32_t plane = wrapToInt32(std::int64_t{nx} * std::int64_t{nz});
+    return wrapToInt32(std::int64_t{plane} * std::int64_t{ny});
 }
 
 }  // namespace
@@ -71,8 +71,7 @@ CloudBounds computeBounds(std::span<const PointRecord> points) {
 CloudBounds overlapOf(const CloudBounds& first, const CloudBounds& second) {
     CloudBounds overlap;
     // The sum is informational; it wraps rather than overflow for two giant clouds.
-    overlap.count = static_cast<std::int32_t>(static_cast<std::uint32_t>(first.count) +
-                                              static_cast<std::uint32_t>(second.count));
+    overlap.count = wrapToInt32(std::int64_t{first.count} + std::int64_t{second.count});
     overlap.minX = first.minX > second.minX ? first.minX : second.minX;
     overlap.maxX = first.maxX < second.maxX ? first.maxX : second.maxX;
     overlap.minY = first.minY > second.minY ? first.minY : second.minY;

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "run/console.h"
+#include "run/int32_arithmetic.h"
 #include "survey/database_reader.h"
 
 namespace sorvek {
@@ -100,10 +101,8 @@ void findScanNeighbors(Run& run) {
 }
 
 double percentStepFor(std::int32_t maxIter, std::int32_t scanCount) {
-    const std::int64_t product = std::int64_t{maxIter} * std::int64_t{scanCount};
-    // Keeps the low 32 bits, as the 32-bit multiplication does.
-    const auto wrapped = static_cast<std::int32_t>(static_cast<std::uint32_t>(product));
-    return 100.0 / static_cast<double>(wrapped);
+    const std::int32_t product = wrapToInt32(std::int64_t{maxIter} * std::int64_t{scanCount});
+    return 100.0 / static_cast<double>(product);
 }
 
 void prepareScans(Run& run) {

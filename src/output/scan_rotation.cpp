@@ -21,6 +21,7 @@
 #include "output/rotation_table.h"
 #include "points/binary_reader.h"
 #include "points/exchange_points.h"
+#include "points/point_filter.h"
 #include "points/point_file_kind.h"
 #include "points/text_reader.h"
 #include "points/transforms.h"
@@ -46,9 +47,10 @@ struct ScanTurn {
 
 // The stage's output for the scan in hand.
 struct ScanOutput {
-    OutputFile* rotFile = nullptr;   // the rotation result file
-    OutputFile pointFile;            // the rotated point file
-    std::int32_t pointsWritten = 0;  // NumpointsED
+    OutputFile* rotFile = nullptr;       // the rotation result file
+    OutputFile pointFile;                // the rotated point file
+    std::int32_t pointsWritten = 0;      // NumpointsED
+    std::optional<PointFilter> filter;   // with APPLYFILTER on, what a written point passes
 };
 
 // One read of a line as a 256-byte buffer takes it: up to and including the line end, or
@@ -77,6 +79,14 @@ bool extract(std::istream& in, Number& field) {
     if (!(in >> value)) return false;
     field = value;
     return true;
+}
+
+// The loading's box and range, applied to the points as they will be written. The range is
+// always taken from the scanner here, whatever the run mode; ZMIN is the lower Z limit.
+PointFilter outputFilterOf(const Run& run, const ScanRecord& scan) {
+    PointFilter filter = pointFilterFor(run, run.options.ZMIN, scannerOf(scan));
+    filter.hasScanner = true;
+    return filter;
 }
 
 // The turn about the scanner's vertical axis, from the offsets of a point to it.
@@ -164,7 +174,7 @@ void writeTextPoint(const Run& run, const ScanRecord& scan, const ScanTurn& turn
         y = point.y - run.options.TRANSY;
     }
     const double z = point.z;
-    if (run.options.APPLYFILTER != 0 && !passesOutputFilter(run.options, scan, x, y, z)) return;
+    if (output.filter && !passesBoxAndRange(*output.filter, x, y, z)) return;
     requirePrinted(
         std::fprintf(output.pointFile.file.get(), "%lf %lf %lf %i %i %i %i \n", x, y, z,
                      point.carried1, point.carried2, point.carried3, cutTowardZero(point.carried4)),
@@ -268,13 +278,12 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
             buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY, scan.gpsZ);
         applyMatrix(cloud, *matrix);
     }
-    const bool isFiltered = run.options.APPLYFILTER != 0;
     for (const PointRecord& record : cloud) {
         std::array<double, 3> p = {record.x, record.y, record.z};
         if (turn.hasRotation) {
             turnAboutScanner(turn, scan, record.x - scan.gpsX, record.y - scan.gpsY, p[0], p[1]);
         }
-        if (isFiltered && !passesOutputFilter(run.options, scan, p[0], p[1], p[2])) continue;
+        if (output.filter && !passesBoxAndRange(*output.filter, p[0], p[1], p[2])) continue;
         writeBinaryPoint(matrix, p, output.pointFile);
         ++output.pointsWritten;
     }
@@ -290,6 +299,7 @@ void rotateScan(Run& run, std::size_t scanIndex, std::span<const RotationEntry> 
     run.state.rotatedFilePath = rotatedOutputFileName(scan.fileName);
     ScanOutput output;
     output.rotFile = &rotFile;
+    if (run.options.APPLYFILTER != 0) output.filter = outputFilterOf(run, scan);
     output.pointFile = createWholeFile(run.state.rotatedFilePath, run.state.logFile.get());
     if (!output.pointFile.file) {
         std::printf("Unable to create %s \n", run.state.rotatedFilePath.c_str());
@@ -365,18 +375,6 @@ std::int32_t cutTowardZero(float value) {
     if (value >= 2147483648.0F) return std::numeric_limits<std::int32_t>::max();
     if (value < -2147483648.0F) return std::numeric_limits<std::int32_t>::min();
     return static_cast<std::int32_t>(value);  // truncates toward zero
-}
-
-bool passesOutputFilter(const RunOptions& options, const ScanRecord& scan, double x, double y,
-                        double z) {
-    const bool isInBox = options.XMIN <= x && x <= options.XMAX && options.YMIN <= y &&
-                         y <= options.YMAX && options.ZMIN <= z && z <= options.ZMAX;
-    if (!isInBox) return false;
-    const double ey = scan.gpsY - y;
-    const double ex = scan.gpsX - x;
-    const double ez = scan.gpsZ - z;
-    const double range = std::sqrt(((ey * ey) + (ex * ex)) + (ez * ez));
-    return options.MINRANGE <= range && range <= options.MAXRANGE;
 }
 
 void rotateScans(Run& run) {

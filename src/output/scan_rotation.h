@@ -35,9 +35,4 @@ TextPointLine textPointLineOf(double x, double y, double z);
 // and a value beyond 32 bits gives the nearest 32-bit limit.
 std::int32_t cutTowardZero(float value);
 
-// True when a point as it will be written passes the box (inclusive) and then the range
-// from the scanner (gpsX, gpsY, gpsZ), also inclusive. Only called with APPLYFILTER on.
-bool passesOutputFilter(const RunOptions& options, const ScanRecord& scan, double x, double y,
-                        double z);
-
 }  // namespace sorvek

@@ -22,8 +22,7 @@ Point3 placeOf(const Run& run, std::int32_t scanIndex) {
     const auto& scans = run.state.scans;
     const bool isInTable = scanIndex >= 0 && static_cast<std::size_t>(scanIndex) < scans.size();
     if (run.state.runMode == 5 || !isInTable) return {};
-    const ScanRecord& scan = scans[static_cast<std::size_t>(scanIndex)];
-    return {scan.gpsX, scan.gpsY, scan.gpsZ};
+    return scannerOf(scans[static_cast<std::size_t>(scanIndex)]);
 }
 
 // Any file is tried as .bxyz records first when it is no other kind, and as text when that

@@ -15,12 +15,15 @@ bool passesBox(const PointFilter& filter, double x, double y, double z) {
 }
 
 // In run mode 5 there is no scanner, and the range is the middle of the allowed band.
+// The offsets may be taken either way round and the squares summed in X, Y or Y, X order:
+// a - b is exactly -(b - a) and a sum of two doubles does not depend on their order, so
+// every form gives the same range to the last bit.
 bool passesRange(const PointFilter& filter, double x, double y, double z) {
     double range = (filter.minRange + filter.maxRange) * 0.5;
     if (filter.hasScanner) {
-        const double dx = x - filter.scan.x;
-        const double dy = y - filter.scan.y;
-        const double dz = z - filter.scan.z;
+        const double dx = x - filter.scanner.x;
+        const double dy = y - filter.scanner.y;
+        const double dz = z - filter.scanner.z;
         range = std::sqrt(((dx * dx) + (dy * dy)) + (dz * dz));
     }
     return filter.minRange <= range && range <= filter.maxRange;
@@ -59,7 +62,7 @@ void filterPoint(const PointFilter& filter, double x, double y, double z, Filter
 
 }  // namespace
 
-PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scan) {
+PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scanner) {
     const RunOptions& options = run.options;
     PointFilter filter;
     filter.isTranslated = !run.state.rmsPhase && options.FILEEXT == 0;
@@ -74,8 +77,12 @@ PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scan) {
     filter.hasScanner = run.state.runMode != 5;
     filter.minRange = options.MINRANGE;
     filter.maxRange = options.MAXRANGE;
-    filter.scan = scan;
+    filter.scanner = scanner;
     return filter;
+}
+
+bool passesBoxAndRange(const PointFilter& filter, double x, double y, double z) {
+    return passesBox(filter, x, y, z) && passesRange(filter, x, y, z);
 }
 
 void takePoints(const PointFilter& filter, std::span<const Point3> points, FilteredLoad& load,
@@ -94,13 +101,16 @@ void takePoint(const PointFilter& filter, const Point3& point, FilteredLoad& loa
     filterPoint(filter, point.x, point.y, point.z, load, cloud);
 }
 
+// The Cliff Distance is the distance from the scanner to the mean of the kept points: how
+// far off, taken together, the surfaces the scan saw stand. A pair's RMS row reports the
+// mean of its two scans' as the pair's range.
 void finishFilteredLoad(const PointFilter& filter, const FilteredLoad& load, CloudBounds& bounds,
                         double& cliffDistance) {
     if (filter.hasScanner) {
         const double n = static_cast<double>(load.storedCount);
-        const double dx = load.sumX / n - filter.scan.x;
-        const double dy = load.sumY / n - filter.scan.y;
-        const double dz = load.sumZ / n - filter.scan.z;
+        const double dx = load.sumX / n - filter.scanner.x;
+        const double dy = load.sumY / n - filter.scanner.y;
+        const double dz = load.sumZ / n - filter.scanner.z;
         cliffDistance = std::sqrt(((dx * dx) + (dy * dy)) + (dz * dz));
         std::printf("Cliff Distance %lf \n", cliffDistance);
     }

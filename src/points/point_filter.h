@@ -10,6 +10,9 @@
 
 namespace sorvek {
 
+// The scanner of a scan: its GPS position, which the range and the Cliff Distance are
+// measured from.
+inline Point3 scannerOf(const ScanRecord& scan) { return {scan.gpsX, scan.gpsY, scan.gpsZ}; }
 
 // The options and run state the filter reads, fixed once per file.
 struct PointFilter {
@@ -25,8 +28,7 @@ struct PointFilter {
     bool hasScanner = false;    // false in run mode 5: no range from a scanner, no Cliff Distance
     double minRange = 0.0;      // MINRANGE, inclusive
     double maxRange = 0.0;      // MAXRANGE, inclusive
-    Point3 scan;                // the scanner (gpsX, gpsY, gpsZ), for the range and the
-                                // Cliff Distance; unused in run mode 5
+    Point3 scanner;             // gpsX, gpsY, gpsZ, for the range and the Cliff Distance
 };
 
 // What a load gathers besides the points themselves.
@@ -39,7 +41,12 @@ struct FilteredLoad {
     bool hasFirstPoint = false;
 };
 
-PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scan);
+PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scanner);
+
+// True when the point lies in the box and then within the range band, every limit
+// inclusive. The loading asks it of each translated point, and the rotation stage of
+// each point it is about to write.
+bool passesBoxAndRange(const PointFilter& filter, double x, double y, double z);
 
 // Each point in file order: translated, made the seed of the bounds if it is the first,
 // then kept (appended to `cloud`) only if it passes the box and the range. A rejected

@@ -15,14 +15,14 @@ namespace {
 // The text reader's course for coordinates that come as numbers: the header's count
 // stands where the text reader announces its counted lines.
 double loadExchangeFile(const Run& run, const std::string& path, PointFileKind kind,
-                        const Point3& scan, Cloud& cloud, CloudBounds& bounds) {
+                        const Point3& scanner, Cloud& cloud, CloudBounds& bounds) {
     cloud.clear();
     ExchangePoints points;
     if (!openExchangePoints(path, kind, points)) {
         bounds = CloudBounds{};
         return 0.0;
     }
-    const PointFilter filter = pointFilterFor(run, run.options.ZMIN, scan);
+    const PointFilter filter = pointFilterFor(run, run.options.ZMIN, scanner);
     FilteredLoad load;
     double cliffDistance = 0.0;
     if (points.pointCount == 0) {
@@ -41,10 +41,10 @@ double loadExchangeFile(const Run& run, const std::string& path, PointFileKind k
 
 }  // namespace
 
-double loadPointFile(const Run& run, const std::string& path, const Point3& scan,
+double loadPointFile(const Run& run, const std::string& path, const Point3& scanner,
                      Cloud& cloud, CloudBounds& bounds, bool textAfterEmptyBinary) {
     const PointFileKind kind = pointFileKindOf(path);
-    if (isExchangeKind(kind)) return loadExchangeFile(run, path, kind, scan, cloud, bounds);
+    if (isExchangeKind(kind)) return loadExchangeFile(run, path, kind, scanner, cloud, bounds);
     if (kind == PointFileKind::binary) {
         readBinaryPoints(path, cloud);
         if (!cloud.empty() || !textAfterEmptyBinary) {
@@ -53,8 +53,7 @@ double loadPointFile(const Run& run, const std::string& path, const Point3& scan
         }
     }
     double cliffDistance = 0.0;
-    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, scan.x, scan.y,
-                   scan.z);
+    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, scanner);
     return cliffDistance;
 }
 

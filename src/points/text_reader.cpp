@@ -56,9 +56,9 @@ bool isCommentLine(std::string_view line) {
 }
 
 bool readTextPoints(const Run& run, const std::string& path, Cloud& cloud, CloudBounds& bounds,
-                    double& cliffDistance, double zMin, double scanX, double scanY, double scanZ) {
+                    double& cliffDistance, double zMin, const Point3& scanner) {
     cloud.clear();
-    const PointFilter filter = pointFilterFor(run, zMin, Point3{scanX, scanY, scanZ});
+    const PointFilter filter = pointFilterFor(run, zMin, scanner);
     FilteredLoad load;
     const std::optional<std::int32_t> lineCount = countPointLines(path);
     if (!lineCount) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "points/point3.h"
 #include "run/records.h"
 
 namespace sorvek {
@@ -17,6 +18,6 @@ bool isCommentLine(std::string_view line);
 // `cliffDistance` unless the run mode is 5. Returns false when no array was allocated
 // (the file cannot be opened, or pass 1 counted no line).
 bool readTextPoints(const Run& run, const std::string& path, Cloud& cloud, CloudBounds& bounds,
-                    double& cliffDistance, double zMin, double scanX, double scanY, double scanZ);
+                    double& cliffDistance, double zMin, const Point3& scanner);
 
 }  // namespace sorvek

@@ -14,8 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     sorvek::Cloud cloud;
     sorvek::CloudBounds bounds;
     double cliffDistance = 0.0;
-    (void)sorvek::readTextPoints(run, file.path, cloud, bounds, cliffDistance, run.options.ZMIN, 1.0, 2.0, 3.0);
+    (void)sorvek::readTextPoints(run, file.path, cloud, bounds, cliffDistance, run.options.ZMIN, sorvek::Point3{1.0, 2.0, 3.0});
     run.state.runMode = 5;
-    (void)sorvek::readTextPoints(run, file.path, cloud, bounds, cliffDistance, run.options.ZMIN, 0.0, 0.0, 0.0);
+    (void)sorvek::readTextPoints(run, file.path, cloud, bounds, cliffDistance, run.options.ZMIN, sorvek::Point3{});
     return 0;
 }

@@ -18,7 +18,7 @@ std::vector<double> readText(const Run& run, const std::string& contents, std::s
     CloudBounds bounds;
     double cliffDistance = 0.0;
     ::testing::internal::CaptureStdout();
-    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, 0, 0, 0);
+    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, Point3{});
     out = ::testing::internal::GetCapturedStdout();
     if (const auto at = out.find(path); at != std::string::npos) out.replace(at, path.size(), "@");
     std::vector<double> stored;

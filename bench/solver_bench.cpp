@@ -53,7 +53,6 @@ std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     // The options as the menu leaves them: angles in radians.
     run.options.ALPHA = run.options.ALPHA * degToRad;
     run.options.ALPHATHRESH = run.options.ALPHATHRESH * degToRad;
-    run.state.scanCount = 2;
     run.state.progressScans = 2;
     run.state.percentStep = 100.0 / (run.options.MAXITER * 2.0);
     run.pair.firstIndex = 0;

@@ -1,8 +1,6 @@
 #include "batch/batch_pair.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <span>
 
 #include "points/work_cloud.h"
 #include "registration/iterative_search.h"
@@ -13,12 +11,6 @@
 
 namespace sorvek {
 namespace {
-
-// The loaded cloud as far as its bounds count it.
-std::span<const PointRecord> countedPoints(const Cloud& cloud, std::int32_t count) {
-    const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 0;
-    return std::span<const PointRecord>(cloud).first(std::min(length, cloud.size()));
-}
 
 // Sum of two accepted counts as a 32-bit integer would hold it, so that no pair of counts
 // can overflow.
@@ -64,16 +56,12 @@ double weightedRms(double rms12, std::int32_t np12, double rms21, std::int32_t n
 
 RmsRow evaluatePreparedPair(Run& run, double spacing) {
     PairState& pair = run.pair;
-    const std::span<const PointRecord> first =
-        countedPoints(pair.firstCloud, pair.firstBounds.count);
-    const std::span<const PointRecord> second =
-        countedPoints(pair.secondCloud, pair.secondBounds.count);
     const double maxDistance = run.options.MAXDISTFINAL;
     const double zMin = run.options.ZMIN;
     RmsRow row;
     // The walk reads coordinates apart: the work copies serve, empty again afterwards.
-    copySorted(run, first, run.state.cubeCount, pair.firstWork);
-    copySorted(run, second, run.state.cubeCount, pair.secondWork);
+    copySorted(run, pair.firstCloud, run.state.cubeCount, pair.firstWork);
+    copySorted(run, pair.secondCloud, run.state.cubeCount, pair.secondWork);
     row.rms12 = measurePairRms(run, pair.firstWork, pair.secondWork, maxDistance, row.np12, zMin);
     row.rms21 = measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance, row.np21, zMin);
     clearWorkCloud(pair.firstWork);

@@ -24,8 +24,9 @@ double solvePreparedPair(Run& run, SolverOutputs& outputs);
 // The row of the pair just solved, with the scan ids of firstIndex and secondIndex.
 RegistrationRow registrationRowOf(const Run& run, const SolverOutputs& outputs, double solverRms);
 
-// Measures the prepared pair both ways with MAXDISTFINAL, sets firstId and secondId and
-// prints the result line with its blank line. `spacing` goes into the row as it is.
+// Measures the pair as preparation left it (both clouds whole, in cube order) both ways
+// with MAXDISTFINAL, sets firstId and secondId and prints the result line with its blank
+// line. `spacing` goes into the row as it is.
 RmsRow evaluatePreparedPair(Run& run, double spacing);
 
 // The two directions weighted by their counts; the counts are summed as 32-bit integers.

@@ -37,19 +37,16 @@ void writeExportedCloud(const std::string& path, std::span<const PointRecord> po
 
 void exportScans(Run& run) {
     std::printf("Preparing data for export.... \n");
-    if (run.state.scanCount < 1) return;
-    PairState& pair = run.pair;
+    Cloud cloud;  // one buffer for every scan, kept at the largest cloud's size
     for (const ScanRecord& scan : run.state.scans) {
-        pair.firstPath = exportedFileName(scan.fileName);
         CloudBounds bounds;
-        loadPointFile(run, scanPointFile(scan.fileName), scannerOf(scan), pair.firstCloud, bounds,
-                      false);
-        if (!pair.firstCloud.empty()) {
+        loadPointFile(run, scanPointFile(scan.fileName), scannerOf(scan), cloud, bounds, false);
+        if (!cloud.empty()) {
             const ScanMatrix matrix = buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,
                                                       scan.gpsX, scan.gpsY, scan.gpsZ);
-            applyMatrix(pair.firstCloud, matrix);
+            applyMatrix(cloud, matrix);
         }
-        writeExportedCloud(pair.firstPath, pair.firstCloud, run.state.logFile.get());
+        writeExportedCloud(exportedFileName(scan.fileName), cloud, run.state.logFile.get());
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "points/transforms.h"
+#include "run/int32_arithmetic.h"
 #include "run/output_file.h"
 #include "survey/file_names.h"
 
@@ -12,7 +13,8 @@
 namespace sorvek {
 
 void writeTransformMatrices(Run& run) {
-    std::printf("Writing Transform Matricies for %i scans....\n", run.state.scanCount);
+    std::printf("Writing Transform Matricies for %i scans....\n",
+                countAsInt32(run.state.scans.size()));
     for (const ScanRecord& scan : run.state.scans) {
         const std::string path = matrixFileName(scan.fileName);
         const ScanMatrix matrix = composeScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,

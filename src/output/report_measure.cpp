@@ -96,7 +96,6 @@ Run measuringRunOf(const Run& run) {
     Run measuring;
     measuring.options = run.options;
     measuring.state.scans = run.state.scans;
-    measuring.state.scanCount = run.state.scanCount;
     measuring.state.runMode = evaluationMode;
     measuring.state.workers = run.state.workers;  // the same split, so the same numbers
     return measuring;

@@ -92,28 +92,27 @@ std::vector<RotationEntry> rotationEntriesOf(std::span<const RegistrationPair> p
     return table;
 }
 
-std::int32_t countRotationRows(const Run& run) {
-    const std::string& path = run.state.regPath;
-    std::ifstream in(path);
+std::int32_t countRotationRows(const std::string& regPath) {
+    std::ifstream in(regPath);
     if (!in) {
-        std::printf("Unable to open data file at %s \n", path.c_str());
+        std::printf("Unable to open data file at %s \n", regPath.c_str());
         return 0;
     }
     return countRotationLines(in);
 }
 
-std::vector<RegistrationPair> loadRegistrationPairs(const Run& run, std::int32_t entryCount) {
-    const std::string& path = run.state.regPath;
-    std::ifstream in(path);
+std::vector<RegistrationPair> loadRegistrationPairs(const std::string& regPath,
+                                                    std::int32_t entryCount) {
+    std::ifstream in(regPath);
     if (entryCount <= 0) {
         std::printf("NO POINTS in file!!!!!  \n");
         return {};
     }
     if (!in) {
-        std::printf("Unable to open data file at %s \n", path.c_str());
+        std::printf("Unable to open data file at %s \n", regPath.c_str());
         return {};
     }
-    std::printf("Loading data from file %s \n", path.c_str());
+    std::printf("Loading data from file %s \n", regPath.c_str());
     return readRegistrationPairs(in, entryCount);
 }
 

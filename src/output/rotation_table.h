@@ -27,11 +27,12 @@ struct RegistrationPair {
 };
 
 // Two entries for every line after the head line of regPath; 0 when it cannot be opened.
-std::int32_t countRotationRows(const Run& run);
+std::int32_t countRotationRows(const std::string& regPath);
 
 // The rows of regPath in file order, entryCount / 2 of them; none when entryCount is 0
 // or less.
-std::vector<RegistrationPair> loadRegistrationPairs(const Run& run, std::int32_t entryCount);
+std::vector<RegistrationPair> loadRegistrationPairs(const std::string& regPath,
+                                                    std::int32_t entryCount);
 
 // Two entries for every row, its first scan's then its second scan's, in file order.
 std::vector<RotationEntry> rotationEntriesOf(std::span<const RegistrationPair> pairs);

@@ -48,6 +48,7 @@ struct ScanTurn {
 // The stage's output for the scan in hand.
 struct ScanOutput {
     OutputFile* rotFile = nullptr;       // the rotation result file
+    std::string path;                    // the rotated point file's final name
     OutputFile pointFile;                // the rotated point file
     std::int32_t pointsWritten = 0;      // NumpointsED
     std::optional<PointFilter> filter;   // with APPLYFILTER on, what a written point passes
@@ -161,17 +162,17 @@ LineCounts countTextLines(const std::string& path) {
     return counts;
 }
 
-void writeTextPoint(const Run& run, const ScanRecord& scan, const ScanTurn& turn,
+void writeTextPoint(const RunOptions& options, const ScanRecord& scan, const ScanTurn& turn,
                     const TextPointLine& point, ScanOutput& output) {
     double x = 0.0;
     double y = 0.0;
     if (turn.hasRotation) {
-        const double dx = point.x - (run.options.TRANSX + scan.gpsX);
-        const double dy = point.y - (run.options.TRANSY + scan.gpsY);
+        const double dx = point.x - (options.TRANSX + scan.gpsX);
+        const double dy = point.y - (options.TRANSY + scan.gpsY);
         turnAboutScanner(turn, scan, dx, dy, x, y);
     } else {
-        x = point.x - run.options.TRANSX;
-        y = point.y - run.options.TRANSY;
+        x = point.x - options.TRANSX;
+        y = point.y - options.TRANSY;
     }
     const double z = point.z;
     if (output.filter && !passesBoxAndRange(*output.filter, x, y, z)) return;
@@ -180,6 +181,11 @@ void writeTextPoint(const Run& run, const ScanRecord& scan, const ScanTurn& turn
                      point.carried1, point.carried2, point.carried3, cutTowardZero(point.carried4)),
         output.pointFile);
     ++output.pointsWritten;
+}
+
+void announceFiles(const std::string& inputPath, const ScanOutput& output) {
+    std::printf("Loading data from file %s \n", inputPath.c_str());
+    std::printf("Output to file: %s \n", output.path.c_str());
 }
 
 // An input that could not be read: two log lines, its output file left empty and its scan
@@ -197,9 +203,8 @@ void giveUpUnreadableInput(const Run& run, const std::string& path, ScanOutput& 
 
 // A text scan, from its first pass on. Comment lines are kept where they stand; a data
 // line without three numbers writes nothing but still counts in Numpoints.
-void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
-                    ScanOutput& output) {
-    const std::string& path = run.pair.firstPath;
+void rotateTextScan(const Run& run, const ScanRecord& scan, const std::string& path,
+                    std::span<const RotationEntry> table, ScanOutput& output) {
     const LineCounts counts = countTextLines(path);
     FileHandle in = openFile(path, "r");
     if (!in) {
@@ -207,8 +212,7 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
         giveUpUnreadableInput(run, path, output);
         return;
     }
-    std::printf("Loading data from file %s \n", path.c_str());
-    std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
+    announceFiles(path, output);
     const ScanTurn turn = chooseTurn(run, table, scan, counts.dataLines);
     std::string piece;
     while (readLinePiece(in.get(), piece)) {
@@ -219,7 +223,7 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
             continue;
         }
         const TextPointLine point = parseTextPointLine(piece);
-        if (point.hasPoint) writeTextPoint(run, scan, turn, point, output);
+        if (point.hasPoint) writeTextPoint(run.options, scan, turn, point, output);
     }
     in.reset();
     finishScan(output, scan, turn, counts.dataLines);
@@ -227,22 +231,21 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
 
 // A LAS or PLY scan takes the text path, each point as if it were the line "x y z". A file
 // refused on opening is given up like an input that does not open.
-void rotateExchangeScan(Run& run, const ScanRecord& scan, PointFileKind kind,
-                        std::span<const RotationEntry> table, ScanOutput& output) {
-    const std::string& path = run.pair.firstPath;
+void rotateExchangeScan(const Run& run, const ScanRecord& scan, const std::string& path,
+                        PointFileKind kind, std::span<const RotationEntry> table,
+                        ScanOutput& output) {
     ExchangePoints points;
     if (!openExchangePoints(path, kind, points)) {
         giveUpUnreadableInput(run, path, output);
         return;
     }
-    std::printf("Loading data from file %s \n", path.c_str());
-    std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
+    announceFiles(path, output);
     const ScanTurn turn = chooseTurn(run, table, scan, points.pointCount);
     for (auto chunk = nextExchangeChunk(points); !chunk.empty();
          chunk = nextExchangeChunk(points)) {
         for (const Point3& raw : chunk) {
             const TextPointLine point = textPointLineOf(raw.x, raw.y, raw.z);
-            if (point.hasPoint) writeTextPoint(run, scan, turn, point, output);
+            if (point.hasPoint) writeTextPoint(run.options, scan, turn, point, output);
         }
     }
     finishScan(output, scan, turn, points.pointCount);
@@ -266,10 +269,9 @@ void writeBinaryPoint(const std::optional<ScanMatrix>& matrix, const std::array<
         pointFile);
 }
 
-void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
-                      ScanOutput& output, Cloud& cloud) {
-    std::printf("Loading data from file %s \n", run.pair.firstPath.c_str());
-    std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
+void rotateBinaryScan(const Run& run, const ScanRecord& scan, const std::string& path,
+                      std::span<const RotationEntry> table, ScanOutput& output, Cloud& cloud) {
+    announceFiles(path, output);
     const std::int32_t pointCount = countAsInt32(cloud.size());
     const ScanTurn turn = chooseTurn(run, table, scan, pointCount);
     std::optional<ScanMatrix> matrix;
@@ -292,39 +294,37 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
 
 // One scan: its output file, then text, binary, LAS or PLY by what the file holds. The
 // output is named after the composed name even when a .las or .ply file stands in for it.
-void rotateScan(Run& run, std::size_t scanIndex, std::span<const RotationEntry> table,
+void rotateScan(const Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
                 OutputFile& rotFile, Cloud& cloud) {
-    const ScanRecord& scan = run.state.scans[scanIndex];
-    run.pair.firstPath = scanPointFile(scan.fileName);
-    run.state.rotatedFilePath = rotatedOutputFileName(scan.fileName);
+    const std::string path = scanPointFile(scan.fileName);
     ScanOutput output;
     output.rotFile = &rotFile;
+    output.path = rotatedOutputFileName(scan.fileName);
     if (run.options.APPLYFILTER != 0) output.filter = outputFilterOf(run, scan);
-    output.pointFile = createWholeFile(run.state.rotatedFilePath, run.state.logFile.get());
+    output.pointFile = createWholeFile(output.path, run.state.logFile.get());
     if (!output.pointFile.file) {
-        std::printf("Unable to create %s \n", run.state.rotatedFilePath.c_str());
+        std::printf("Unable to create %s \n", output.path.c_str());
         if (std::FILE* log = run.state.logFile.get()) {
             const bool isWritten =
-                std::fprintf(log, "Unable to create %s \n", run.state.rotatedFilePath.c_str()) >=
-                    0 &&
+                std::fprintf(log, "Unable to create %s \n", output.path.c_str()) >= 0 &&
                 std::fflush(log) == 0;
             requireLogWritten(isWritten, run.state);
         }
         return;
     }
-    const PointFileKind kind = pointFileKindOf(run.pair.firstPath);
+    const PointFileKind kind = pointFileKindOf(path);
     if (isExchangeKind(kind)) {
-        rotateExchangeScan(run, scan, kind, table, output);
+        rotateExchangeScan(run, scan, path, kind, table, output);
         return;
     }
     if (kind == PointFileKind::binary) {
-        readBinaryPoints(run.pair.firstPath, cloud);
+        readBinaryPoints(path, cloud);
         if (!cloud.empty()) {
-            rotateBinaryScan(run, scan, table, output, cloud);
+            rotateBinaryScan(run, scan, path, table, output, cloud);
             return;
         }
     }
-    rotateTextScan(run, scan, table, output);
+    rotateTextScan(run, scan, path, table, output);
 }
 
 OutputFile createRotationResultFile(const std::string& path, std::FILE* log) {
@@ -383,15 +383,15 @@ void rotateScans(Run& run) {
     const std::int32_t scanTotal = countAsInt32(scanCount);
     const float progressFactor = static_cast<float>(100.0 / static_cast<double>(scanTotal));
     OutputFile rotFile = createRotationResultFile(run.state.rotPath, run.state.logFile.get());
-    const std::int32_t entryCount = countRotationRows(run);
-    const std::vector<RegistrationPair> pairs = loadRegistrationPairs(run, entryCount);
+    const std::int32_t entryCount = countRotationRows(run.state.regPath);
+    const std::vector<RegistrationPair> pairs = loadRegistrationPairs(run.state.regPath, entryCount);
     const std::vector<RotationEntry> table = rotationEntriesOf(pairs);
     if (run.options.ROTADJUST != 0) run.state.adjustedRotations = adjustScanRotations(run, pairs);
     Cloud cloud;
     for (std::size_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         const float percent = static_cast<float>(countAsInt32(scanIndex)) * progressFactor;
         std::printf("Percent complete........%i \n", cutTowardZero(percent));
-        rotateScan(run, scanIndex, table, rotFile, cloud);
+        rotateScan(run, run.state.scans[scanIndex], table, rotFile, cloud);
     }
     closeInPlace(rotFile);
     std::printf("Total Time for rotations of %i files is %i seconds \n", scanTotal,

@@ -34,8 +34,7 @@ double loadCloud(Run& run, std::string& path, std::int32_t scanIndex, Cloud& clo
     return loadPointFile(run, path, placeOf(run, scanIndex), cloud, bounds, true);
 }
 
-void moveIntoSurveyFrame(Run& run, std::int32_t scanIndex, Cloud& cloud) {
-    const ScanRecord& scan = run.state.scans.at(static_cast<std::size_t>(scanIndex));
+void moveIntoSurveyFrame(const Run& run, const ScanRecord& scan, Cloud& cloud) {
     const ScanMatrix matrix =
         buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY, scan.gpsZ);
     runShares(run.state.workers.get(), cloud.size(), [&](std::size_t begin, std::size_t end) {
@@ -111,8 +110,9 @@ std::int32_t prepareScanPair(Run& run) {
     pair.meanCliffDistance = (firstCliff + secondCliff) * 0.5;
     if (pair.firstCloud.empty() || pair.secondCloud.empty()) return 0;
     if (run.options.SCANTRANSFORM == 0 && runMode != 5) {
-        moveIntoSurveyFrame(run, pair.firstIndex, pair.firstCloud);
-        moveIntoSurveyFrame(run, pair.secondIndex, pair.secondCloud);
+        const auto& scans = run.state.scans;
+        moveIntoSurveyFrame(run, scans.at(static_cast<std::size_t>(pair.firstIndex)), pair.firstCloud);
+        moveIntoSurveyFrame(run, scans.at(static_cast<std::size_t>(pair.secondIndex)), pair.secondCloud);
     }
     gridPairOnOverlap(run);
     if (runMode != 1 && runMode != 5 && runMode != 6) return 1;

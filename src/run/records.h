@@ -127,14 +127,12 @@ struct PairState {
 struct RunState {
     std::int32_t runMode = 1;         // operating mode 0 to 9; set by the menu
     bool rmsPhase = false;            // false registering or rotating, true evaluating; entry only
-    std::int32_t scanCount = 0;       // rows in scans; prepareScans
     std::vector<ScanRecord> scans;    // the scan table; prepareScans
-    std::int32_t progressScans = 0;   // copy of scanCount, divisor of progress figures
+    std::int32_t progressScans = 0;   // size of scans, divisor of progress figures; prepareScans
     std::int32_t pairsDone = 0;       // pairs finished by the drivers, never reset
     double percentDone = 0.0;         // progress figure a solver last printed
-    double percentStep = 1.0;         // 100 / (MAXITER * scanCount); prepareScans
+    double percentStep = 1.0;         // 100 / (MAXITER * progressScans); prepareScans
     std::int32_t cubeCount = 0;       // cubes of the last grid, also the out-of-grid index
-    std::string rotatedFilePath;      // rotated text file being written; rotateScans
     std::vector<ScanRotation> adjustedRotations;  // one per scan; rotateScans with ROTADJUST on
     FileHandle logFile;               // the log, open from preparation to the closing
     std::string optionPath;           // option file; entry

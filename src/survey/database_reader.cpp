@@ -85,8 +85,7 @@ void fillScanRecord(ScanRecord& scan, const DatabaseRow& row, const Run& run) {
 
 }  // namespace
 
-std::int32_t countScans(Run& run) {
-    const std::string& path = run.state.databasePath;
+std::int32_t countScans(const std::string& path) {
     const FileHandle file = openFile(path, "r");
     if (!file) {
         std::printf("Unable to open data file at %s \n", path.c_str());
@@ -108,10 +107,10 @@ std::int32_t countScans(Run& run) {
     return count;
 }
 
-std::vector<ScanRecord> loadScanDatabase(Run& run) {
+std::vector<ScanRecord> loadScanDatabase(const Run& run, std::int32_t scanCount) {
     const std::string& path = run.state.databasePath;
     const FileHandle file = openFile(path, "r");
-    std::vector<ScanRecord> scans(static_cast<std::size_t>(std::max(run.state.scanCount, 0)));
+    std::vector<ScanRecord> scans(static_cast<std::size_t>(std::max(scanCount, 0)));
     std::printf("Loading GPS points from file %s \n", path.c_str());
     std::printf("\n");
     std::printf("Files to be processed:  \n");

@@ -84,12 +84,8 @@ void findScanNeighbors(Run& run) {
     std::printf("\n");
     std::printf("Finding Scan Neighbors...... \n");
     std::printf("\n");
-    RunState& state = run.state;
-    if (state.scanCount < 1) return;
-    const std::size_t scanCount =
-        std::min(static_cast<std::size_t>(state.scanCount), state.scans.size());
-    const std::span<ScanRecord> scans(state.scans.data(), scanCount);
-    for (std::size_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
+    const std::span<ScanRecord> scans = run.state.scans;
+    for (std::size_t scanIndex = 0; scanIndex < scans.size(); ++scanIndex) {
         const Neighbours best = nearestOnEachSide(scans, scanIndex, run.options);
         ScanRecord& scan = scans[scanIndex];
         scan.northDist = best.northDist;
@@ -107,16 +103,16 @@ double percentStepFor(std::int32_t maxIter, std::int32_t scanCount) {
 
 void prepareScans(Run& run) {
     RunState& state = run.state;
-    state.scanCount = countScans(run);
-    std::printf("There are %i scans to process\n", state.scanCount);
-    state.scans = loadScanDatabase(run);
+    const std::int32_t scanCount = countScans(state.databasePath);
+    std::printf("There are %i scans to process\n", scanCount);
+    state.scans = loadScanDatabase(run, scanCount);
     findScanNeighbors(run);
     std::printf(" Please check that all filenames are correct and that the program has correctly matched up scans correctly \n");
     std::printf(" and press Enter to continue.  \n");
     std::printf(" \n");
     confirmOrQuit();
-    state.progressScans = state.scanCount;
-    state.percentStep = percentStepFor(run.options.MAXITER, state.scanCount);
+    state.progressScans = scanCount;
+    state.percentStep = percentStepFor(run.options.MAXITER, scanCount);
 }
 
 }  // namespace sorvek

@@ -12,7 +12,7 @@ namespace sorvek {
 void findScanNeighbors(Run& run);
 
 // Counts and loads the table, finds the neighbours and waits for the user; 'x' ends the
-// run with exit code 1. Sets scanCount, scans, progressScans and percentStep.
+// run with exit code 1. Sets scans, progressScans and percentStep.
 void prepareScans(Run& run);
 
 // 100 over the product of the two counts taken as a 32-bit integer, wrapping as 32-bit

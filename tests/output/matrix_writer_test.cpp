@@ -44,7 +44,6 @@ TEST(OutputNames, ANameTooShortForItsEndingIsReplacedWhole) {
     for (void (*stage)(sorvek::Run&) : {writeTransformMatrices, exportScans}) {
         sorvek::Run run;
         run.state.scans.emplace_back().fileName = "ab";
-        run.state.scanCount = 1;
         ::testing::internal::CaptureStdout(), ::testing::internal::CaptureStderr();
         stage(run);
         ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr();

@@ -34,7 +34,6 @@ struct StageJob {
     ScanRecord& addScan(std::int32_t scanId, const std::string& name, double gpsX = 0.0, double gpsY = 0.0) {
         ScanRecord& scan = run.state.scans.emplace_back();
         scan.scanId = scanId, scan.fileName = path(name), scan.gpsX = gpsX, scan.gpsY = gpsY;
-        run.state.scanCount = static_cast<std::int32_t>(run.state.scans.size());
         return scan;
     }
 

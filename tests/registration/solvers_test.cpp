@@ -21,7 +21,6 @@ Run probeRun() {
     run.options.ALPHATHRESH *= degToRad;
     run.state.scans = {ScanRecord{.gpsX = 100.0, .gpsY = 200.0, .scanId = 11, .fileName = {}},
                        ScanRecord{.gpsX = 112.0, .gpsY = 203.0, .scanId = 12, .fileName = {}}};
-    run.state.scanCount = 2;
     run.pair.secondIndex = 1;
     run.pair.initialRms = 0.5F;
     run.pair.firstCloud = {{110.0, 200.0, 1.0}};

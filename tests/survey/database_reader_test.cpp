@@ -37,20 +37,18 @@ TEST(LoadScanDatabase, ConvertsDegreesWithTheShortPiAndRefusesRowsLostSinceTheCo
     sorvek::Run run;
     run.state.databasePath = (folder / "line7.txt").string();
     run.state.databaseStem = (folder / "line7").string();
-    run.state.scanCount = 1;
     ::testing::internal::CaptureStdout();
-    const ScanRecord scan = loadScanDatabase(run).at(0);
+    const ScanRecord scan = loadScanDatabase(run, 1).at(0);
     ::testing::internal::GetCapturedStdout();
     EXPECT_DOUBLE_EQ(scan.rotZ, 1.52716309375);  // the full pi gives 1.5271630954950384
     EXPECT_DOUBLE_EQ(scan.rotX, 0.00174532925);
     EXPECT_DOUBLE_EQ(scan.rotY, -0.0034906585);
-    run.state.scanCount = 2;
     const std::filesystem::path out = folder / "out.txt";
     EXPECT_EXIT(
         {
             std::freopen("/dev/null", "r", stdin);
             std::freopen(out.c_str(), "w", stdout);
-            (void)loadScanDatabase(run);
+            (void)loadScanDatabase(run, 2);
         },
         ::testing::ExitedWithCode(1), "");
     EXPECT_TRUE(testing::readFile(out).ends_with(

@@ -42,7 +42,6 @@ TEST(ScanNeighbours, FindsTheNearestScanOnEachSideWithinTheSpan) {
             scan.scanId = 9 + static_cast<std::int32_t>(run.state.scans.size());
             scan.gpsX = spot.x, scan.gpsY = spot.y, scan.gpsZ = 100.0 * scan.scanId;
         }
-        run.state.scanCount = static_cast<std::int32_t>(c.spots.size());
         ::testing::internal::CaptureStdout();
         findScanNeighbors(run);
         EXPECT_EQ(::testing::internal::GetCapturedStdout(), "\nFinding Scan Neighbors...... \n\n" + c.lines);

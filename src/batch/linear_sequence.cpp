@@ -1,9 +1,10 @@
 #include "batch/linear_sequence.h"
 
-// A rotation field below -99.0 still holds noRotation: the pair on that side has not been
-// registered. The fields stay set for the rest of the run, so a pair solved from one side
-// is not due again from the other, and Ping Pong's own stores (always the first scan's
-// south field and the second scan's north field) move later pairs to the scan beyond.
+// A rotation field that isUnregistered still holds noRotation: the pair on that side has
+// not been registered. The fields stay set for the rest of the run, so a pair solved from
+// one side is not due again from the other, and Ping Pong's own stores (always the first
+// scan's south field and the second scan's north field) move later pairs to the scan
+// beyond.
 
 #include <cstdio>
 
@@ -16,8 +17,6 @@
 namespace sorvek {
 namespace {
 
-constexpr double registeredAbove = -99.0;
-
 enum class Side { south, north };
 
 // What one pass carries from pair to pair besides the shared records.
@@ -26,8 +25,6 @@ struct LinearPass {
     bool isEvaluation = false;  // RMS evaluation pass rather than registration pass
     SolverOutputs outputs;      // the solver's out values, kept across pairs
 };
-
-bool isUnregistered(double rotationRad) { return registeredAbove > rotationRad; }
 
 // The south pair's files: in an RMS pass those of lineRmsPassFileName, else the scans'
 // own files.

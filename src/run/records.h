@@ -28,6 +28,11 @@ inline constexpr double scannerHeight = 0.29;            // added to every datab
 inline constexpr double noRotation = -9999.9;            // rotation field not yet registered
 inline constexpr float noInitialRms = 999.0F;            // start of the three initial RMS fields
 
+// A registered rotation is a few radians at most, so a rotation field below this still
+// holds noRotation. NaN is not below it and so counts as registered.
+inline constexpr double unregisteredBelow = -99.0;
+inline bool isUnregistered(double rotationRad) { return unregisteredBelow > rotationRad; }
+
 // One point, byte for byte as it lies in a .bxyz file, so a cloud loads with one fread.
 struct PointRecord {
     double x = 0.0;

@@ -43,4 +43,15 @@ struct RunOptions {
     std::int32_t ROTADJUST = 0;          // not 0: the rotation stage applies adjusted rotations
 };
 
+// REGMODE read as an error metric: 0 point to point, 1 point to plane, any other value
+// neither. The RMS measure takes such a value as point to plane, the estimator fits
+// nothing with it, and the summary names no metric for it.
+enum class ErrorMetric { pointToPoint, pointToPlane, unnamed };
+
+inline ErrorMetric errorMetricOf(const RunOptions& options) {
+    if (options.REGMODE == 0) return ErrorMetric::pointToPoint;
+    if (options.REGMODE == 1) return ErrorMetric::pointToPlane;
+    return ErrorMetric::unnamed;
+}
+
 }  // namespace sorvek

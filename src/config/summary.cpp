@@ -45,10 +45,10 @@ void printProgramOptions(const RunOptions& o) {
     std::printf("       Points per cube for registration: %i \n", o.NUMPPC);
     std::printf("   Minimum number of points to use for RMS calculation: %i \n", o.MINNUMPTS);
     std::printf("   Max distance between point clouds for comparison:  %lf \n", o.MAXDISTINITIAL);
-    if (o.REGMODE == 0) {
-        std::printf("   Error metric regmode:  Point to Point \n");
-    } else if (o.REGMODE == 1) {
-        std::printf("   Error metric regmode:  Point to Plane \n");
+    switch (errorMetricOf(o)) {
+    case ErrorMetric::pointToPoint: std::printf("   Error metric regmode:  Point to Point \n"); break;
+    case ErrorMetric::pointToPlane: std::printf("   Error metric regmode:  Point to Plane \n"); break;
+    case ErrorMetric::unnamed:      break;
     }
     std::printf("   Point pairs will be updated \n");
     if (o.REGSOL == 1) {

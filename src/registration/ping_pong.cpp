@@ -10,6 +10,7 @@
 #include "registration/solver_console.h"
 #include "registration/solver_pair.h"
 #include "registration/solver_schedule.h"
+#include "run/int32_arithmetic.h"
 
 namespace sorvek {
 namespace {
@@ -26,11 +27,6 @@ struct PingPongProgress {
     double lastRms = 0.0;              // RMS of the latest estimate of the first scan
     std::int32_t iterationCount = 0;   // passes over all cycles
 };
-
-// A pass count past 2^31 - 1 is not a real run, but it wraps instead of overflowing.
-std::int32_t countOneMore(std::int32_t count) {
-    return static_cast<std::int32_t>(static_cast<std::int64_t>(count) + 1);
-}
 
 // Each cycle starts from the loaded clouds turned by the totals, so that every total,
 // a stored start value included, is applied exactly once.
@@ -75,7 +71,7 @@ void runPasses(Run& run, const PairMeasures& measures, const PingPongThresholds&
                     run.state.percentDone, progress.lastRms, pointCount, minDist, limits.maxDist);
         const bool isLastPass = options.ALPHATHRESH > std::fabs(secondStep) &&
                                 options.ALPHATHRESH > std::fabs(firstStep);
-        progress.iterationCount = countOneMore(progress.iterationCount);
+        progress.iterationCount = wrappingIncrement(progress.iterationCount);  // wraps past 2^31 - 1
         if (isLastPass) break;
     }
 }

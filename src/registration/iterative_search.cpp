@@ -7,7 +7,7 @@
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/engine_scratch.h"
-#include "registration/solver_console.h"
+#include "registration/solver_progress.h"
 #include "registration/solver_pair.h"
 #include "registration/solver_schedule.h"
 

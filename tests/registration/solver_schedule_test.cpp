@@ -5,7 +5,7 @@
 #include <limits>
 #include <string>
 
-#include "registration/solver_console.h"
+#include "registration/solver_progress.h"
 
 namespace sorvek {
 namespace {

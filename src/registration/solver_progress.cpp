@@ -1,4 +1,4 @@
-#include "registration/solver_console.h"
+#include "registration/solver_progress.h"
 
 #include <cstdio>
 

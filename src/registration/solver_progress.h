@@ -1,6 +1,6 @@
 #pragma once
-// What the solvers show while they work: their progress figures, and the closing line
-// they share when the pair needed no rotation. The figures are for display only.
+// The solvers' progress arithmetic: the percentages they show while they work, and the
+// closing line they share when the pair needed no rotation. The figures are for display only.
 
 #include <cstdint>
 

@@ -9,6 +9,7 @@
 
 #include "batch/batch_pair.h"
 #include "batch/result_rows.h"
+#include "batch/resume.h"
 #include "batch/rotated_file_name.h"
 #include "batch/wall_clock.h"
 #include "points/pair_preparation.h"
@@ -22,9 +23,11 @@ enum class Side { south, north };
 
 // What one pass carries from pair to pair besides the shared records.
 struct LinearPass {
-    std::FILE* file = nullptr;  // the result file being written
-    bool isEvaluation = false;  // RMS evaluation pass rather than registration pass
-    SolverOutputs outputs;      // the solver's out values, kept across pairs
+    std::FILE* file = nullptr;     // the result file being written
+    bool isEvaluation = false;     // RMS evaluation pass rather than registration pass
+    SolverOutputs outputs;         // the solver's out values, kept across pairs
+    std::vector<PairFate> fates;   // RMS pass: per planned pair, do it or skip it on resuming
+    std::size_t pairPosition = 0;  // RMS pass: the planned pair in hand
 };
 
 bool isUnregistered(double rotationRad) { return registeredAbove > rotationRad; }
@@ -60,34 +63,58 @@ void solvePair(Run& run, LinearPass& pass, Side side) {
     writeRegistrationRow(pass.file, registrationRowOf(run, pass.outputs, solverRms));
 }
 
-void evaluatePair(Run& run, LinearPass& pass) {
+void evaluatePair(Run& run, std::FILE* rowFile) {
     const ScanRecord& first = run.state.scans[static_cast<std::size_t>(run.pair.firstIndex)];
     const ScanRecord& second = run.state.scans[static_cast<std::size_t>(run.pair.secondIndex)];
     const RmsRow row = evaluatePreparedPair(run, first.southDist);
     std::printf("%i:  N:  %lf  S: %lf %i: N: %lf S: %lf\n", row.firstId, first.northDist,
                 first.southDist, row.secondId, second.northDist, second.southDist);
     std::printf("\n");
-    writeRmsRow(pass.file, row);
+    writeRmsRow(rowFile, row);
+}
+
+void setSouthPair(Run& run, std::int32_t scanIndex) {
+    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
+    run.pair.firstIndex = scanIndex;
+    run.pair.secondIndex = scan.southScan;
+    if (scan.southScan < 0) return;
+    setSouthPaths(run, scan, run.state.scans[static_cast<std::size_t>(scan.southScan)]);
+}
+
+// The south pair of scan i in an RMS pass; false as for doSouthPair.
+bool evaluateSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
+    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
+    if (scan.southScan < 0) {
+        setSouthPair(run, scanIndex);
+        return true;
+    }
+    switch (pass.fates[pass.pairPosition++]) {
+    case PairFate::kept:
+        ++run.state.pairsDone;
+        return true;
+    case PairFate::failedBefore:
+        setSouthPair(run, scanIndex);
+        logFailedPair(run);
+        return false;
+    case PairFate::toDo:
+        break;
+    }
+    return doLineRmsPair(run, pass.file, scanIndex);
 }
 
 // The south pair of scan i. Returns false when the pair could not be prepared, which
 // ends the scan's turn.
 bool doSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
+    if (pass.isEvaluation) return evaluateSouthPair(run, pass, scanIndex);
     const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
-    run.pair.firstIndex = scanIndex;
-    run.pair.secondIndex = scan.southScan;
+    setSouthPair(run, scanIndex);
     if (scan.southScan < 0) return true;
-    setSouthPaths(run, scan, run.state.scans[static_cast<std::size_t>(scan.southScan)]);
-    if (!isUnregistered(scan.southRotation) && !run.state.rmsPhase) return true;
+    if (!isUnregistered(scan.southRotation)) return true;
     if (prepareScanPair(run) == 0) {
         logFailedPair(run);
         return false;
     }
-    if (pass.isEvaluation) {
-        evaluatePair(run, pass);
-    } else {
-        solvePair(run, pass, Side::south);
-    }
+    solvePair(run, pass, Side::south);
     ++run.state.pairsDone;
     return true;
 }
@@ -119,16 +146,34 @@ void takeTurn(Run& run, LinearPass& pass, std::int32_t scanIndex) {
     if (!doSouthPair(run, pass, scanIndex)) return;
     if (!pass.isEvaluation && !doNorthPair(run, pass, scanIndex)) return;
     const std::int32_t scanId = run.state.scans[static_cast<std::size_t>(scanIndex)].scanId;
-    printScanTime(pass.isEvaluation, scanId, secondsSince(start));
+    printScanTime(stdout, pass.isEvaluation, scanId, secondsSince(start));
 }
 
 }  // namespace
 
+bool doLineRmsPair(Run& run, std::FILE* rowFile, std::int32_t scanIndex) {
+    setSouthPair(run, scanIndex);
+    if (prepareScanPair(run) == 0) {
+        logFailedPair(run);
+        return false;
+    }
+    evaluatePair(run, rowFile);
+    ++run.state.pairsDone;
+    return true;
+}
+
 void runLinearSequence(Run& run, const std::string& path) {
     LinearPass pass;
     pass.isEvaluation = run.state.rmsPhase;
-    FileHandle file = createResultFile(
-        path, pass.isEvaluation ? ResultFileKind::lineRms : ResultFileKind::registration);
+    FileHandle file;
+    if (pass.isEvaluation) {
+        PassFile passFile = openPassFile(run, path, ResultFileKind::lineRms,
+                                         pairsOf(planPass(run, PassKind::lineEvaluation)));
+        file = std::move(passFile.file);
+        pass.fates = std::move(passFile.fates);
+    } else {
+        file = createResultFile(path, ResultFileKind::registration);
+    }
     pass.file = file.get();
     const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
     for (std::int32_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {

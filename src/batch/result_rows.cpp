@@ -3,24 +3,18 @@
 #include "run/console.h"
 
 namespace sorvek {
-namespace {
 
-void writeHeadLine(std::FILE* file, ResultFileKind kind) {
+const char* headLineOf(ResultFileKind kind) {
     switch (kind) {
     case ResultFileKind::registration:
-        std::fprintf(file, "scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n");
-        break;
+        return "scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n";
     case ResultFileKind::lineRms:
-        std::fprintf(file, "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n");
-        break;
+        return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n";
     case ResultFileKind::siteRms:
-        std::fprintf(file, "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n");
         break;
     }
-    std::fflush(file);
+    return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n";
 }
-
-}  // namespace
 
 FileHandle createResultFile(const std::string& path, ResultFileKind kind) {
     FileHandle file = openFile(path, "w");
@@ -29,7 +23,8 @@ FileHandle createResultFile(const std::string& path, ResultFileKind kind) {
         std::printf("Please verify that the path exists. \n");
         endRun(0);
     }
-    writeHeadLine(file.get(), kind);
+    std::fputs(headLineOf(kind), file.get());
+    std::fflush(file.get());
     return file;
 }
 

@@ -42,6 +42,9 @@ enum class ResultFileKind {
     siteRms,       // ten names, one more than its rows have fields
 };
 
+// The head line of a result file of `kind`, line end included.
+const char* headLineOf(ResultFileKind kind);
+
 // Creates `path` (replacing it) and writes its head line. When it cannot be created the
 // user is told and the run ends with exit code 0, so the caller always gets a file.
 FileHandle createResultFile(const std::string& path, ResultFileKind kind);

@@ -52,6 +52,15 @@ void takeDataSets(Run& run, int argumentCount, char** arguments) {
     run.pair.secondPath = arguments[2];
 }
 
+// Only a pass whose pairs stand alone can pick up after its kept rows; any other run would
+// replace the file that the user asked to keep.
+void refuseResumeUnlessPossible(const Run& run) {
+    if (hasIndependentPairs(run)) return;
+    std::printf("--resume continues the passes of modes 3 and 7, and of mode 6 unless Ping Pong "
+                "solves it \n");
+    endRun(1);
+}
+
 }  // namespace
 
 std::string optionPathFor(const std::string& programPath) {
@@ -60,12 +69,16 @@ std::string optionPathFor(const std::string& programPath) {
     return programPath.substr(0, separator + 1) + optionFileName;
 }
 
-int runEntry(int argumentCount, char** arguments) {
+int runEntry(int argumentCount, char** arguments, bool resumesResults,
+             void (*spreadPass)(Run& run, const std::string& path)) {
     Run run;
+    run.state.resumesResults = resumesResults;
+    run.state.spreadPass = spreadPass;
     run.state.optionPath = optionPathFor(argumentCount >= 1 ? arguments[0] : "");
     run.state.databasePath = databasePathFor(argumentCount, arguments);
     readOptions(run);
     const RunMode mode = run.state.runMode;
+    if (resumesResults) refuseResumeUnlessPossible(run);
     if (mode == 5) takeDataSets(run, argumentCount, arguments);
     if (modeNeedsScanTable(mode)) prepareScans(run);
     run.state.rmsPhase = false;

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "run/records.h"
+
 namespace sorvek {
 
 // The option file beside the program: the directory of `programPath` when its last '\'
@@ -10,6 +12,9 @@ namespace sorvek {
 std::string optionPathFor(const std::string& programPath);
 
 // The process entry; returns 0 on the normal path. Failures end the process themselves.
-int runEntry(int argumentCount, char** arguments);
+// `resumesResults` is --resume; `spreadPass`, given by sorvek-mpi only, runs the passes
+// whose pairs stand alone over the processes of the job.
+int runEntry(int argumentCount, char** arguments, bool resumesResults = false,
+             void (*spreadPass)(Run& run, const std::string& path) = nullptr);
 
 }  // namespace sorvek

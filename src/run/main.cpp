@@ -33,8 +33,15 @@ int main(int argc, char** argv) {
         std::printf("sorvek %s\n", SORVEK_VERSION);
         return 0;
     }
+    // --resume before the other arguments; the program's own path moves up in its place.
+    const bool resumesResults = argc >= 2 && std::strcmp(argv[1], "--resume") == 0;
+    if (resumesResults) {
+        argv[1] = argv[0];
+        --argc;
+        ++argv;
+    }
     try {
-        return sorvek::runEntry(argc, argv);
+        return sorvek::runEntry(argc, argv, resumesResults);
     } catch (const std::bad_alloc&) {
         std::fflush(stdout);
         std::fprintf(stderr, "sorvek: out of memory\n");

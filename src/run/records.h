@@ -14,6 +14,8 @@
 
 namespace sorvek {
 
+struct Run;
+
 // The short pi is deliberate: every stored angle of a survey was converted with it.
 inline constexpr double degToRad = 3.14159265 / 180.0;   // 0.017453292500000002
 inline constexpr double radToDeg = 180.0 / 3.14159265;   // 57.29577957855229
@@ -122,6 +124,10 @@ struct RunState {
     std::string rotPath;              // rotation result file
     std::string rmsPath;              // RMS result file
     std::string logPath;              // log file
+    bool resumesResults = false;      // --resume: keep an earlier run's rows and do the rest
+    // sorvek-mpi sets this: runs a site pass or a line's RMS pass over the processes of the
+    // job instead of in this one; nullptr in sorvek.
+    void (*spreadPass)(Run& run, const std::string& path) = nullptr;
 };
 
 // The single run context: every stage receives it by reference.

@@ -18,10 +18,32 @@ constexpr std::uint32_t modes(std::initializer_list<int> numbers) {
     return mask;
 }
 
+// sorvek-mpi hands the passes whose pairs stand alone to its processes; everything else
+// runs here.
+bool spreadsPass(const Run& run) {
+    return run.state.spreadPass != nullptr && hasIndependentPairs(run);
+}
+
 void registerLine(Run& run) { runLinearSequence(run, run.state.regPath); }
-void evaluateLine(Run& run) { runLinearSequence(run, run.state.rmsPath); }
-void registerSite(Run& run) { runSiteBatch(run, run.state.regPath); }
-void evaluateSite(Run& run) { runSiteBatch(run, run.state.rmsPath); }
+
+void evaluateLine(Run& run) {
+    if (spreadsPass(run)) {
+        run.state.spreadPass(run, run.state.rmsPath);
+    } else {
+        runLinearSequence(run, run.state.rmsPath);
+    }
+}
+
+void runSitePass(Run& run, const std::string& path) {
+    if (spreadsPass(run)) {
+        run.state.spreadPass(run, path);
+    } else {
+        runSiteBatch(run, path);
+    }
+}
+
+void registerSite(Run& run) { runSitePass(run, run.state.regPath); }
+void evaluateSite(Run& run) { runSitePass(run, run.state.rmsPath); }
 void evaluateTwoDataSets(Run& run) { (void)prepareScanPair(run); }  // its messages are the result
 
 constexpr StageStep stages[] = {
@@ -40,6 +62,18 @@ constexpr StageStep stages[] = {
 std::span<const StageStep> stageTable() { return stages; }
 
 bool modeNeedsScanTable(RunMode mode) { return mode != 5; }
+
+bool hasIndependentPairs(const Run& run) {
+    switch (run.state.runMode) {
+    case 3:
+    case 7:
+        return true;
+    case 6:
+        return run.options.REGSOL == 0 || run.options.REGSOL == 1;  // not Ping Pong
+    default:
+        return false;
+    }
+}
 
 void runStages(Run& run, RunMode mode) {
     const bool isTableMode = mode >= 0 && mode < 32;

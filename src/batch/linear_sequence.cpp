@@ -57,6 +57,18 @@ void storeRotations(Run& run, Side side, const SolverOutputs& outputs) {
     }
 }
 
+}  // namespace
+
+void setLineSouthPairFiles(Run& run, std::int32_t scanIndex) {
+    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
+    run.pair.firstIndex = scanIndex;
+    run.pair.secondIndex = scan.southScan;
+    if (scan.southScan < 0) return;
+    setSouthPaths(run, scan, run.state.scans[static_cast<std::size_t>(scan.southScan)]);
+}
+
+namespace {
+
 void solvePair(Run& run, LinearPass& pass, Side side) {
     const double solverRms = solvePreparedPair(run, pass.outputs);
     storeRotations(run, side, pass.outputs);
@@ -73,19 +85,11 @@ void evaluatePair(Run& run, std::FILE* rowFile) {
     writeRmsRow(rowFile, row);
 }
 
-void setSouthPair(Run& run, std::int32_t scanIndex) {
-    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
-    run.pair.firstIndex = scanIndex;
-    run.pair.secondIndex = scan.southScan;
-    if (scan.southScan < 0) return;
-    setSouthPaths(run, scan, run.state.scans[static_cast<std::size_t>(scan.southScan)]);
-}
-
 // The south pair of scan i in an RMS pass; false as for doSouthPair.
 bool evaluateSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
     const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
     if (scan.southScan < 0) {
-        setSouthPair(run, scanIndex);
+        setLineSouthPairFiles(run, scanIndex);
         return true;
     }
     switch (pass.fates[pass.pairPosition++]) {
@@ -93,7 +97,7 @@ bool evaluateSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
         ++run.state.pairsDone;
         return true;
     case PairFate::failedBefore:
-        setSouthPair(run, scanIndex);
+        setLineSouthPairFiles(run, scanIndex);
         logFailedPair(run);
         return false;
     case PairFate::toDo:
@@ -107,7 +111,7 @@ bool evaluateSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
 bool doSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
     if (pass.isEvaluation) return evaluateSouthPair(run, pass, scanIndex);
     const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
-    setSouthPair(run, scanIndex);
+    setLineSouthPairFiles(run, scanIndex);
     if (scan.southScan < 0) return true;
     if (!isUnregistered(scan.southRotation)) return true;
     if (prepareScanPair(run) == 0) {
@@ -152,7 +156,7 @@ void takeTurn(Run& run, LinearPass& pass, std::int32_t scanIndex) {
 }  // namespace
 
 bool doLineRmsPair(Run& run, std::FILE* rowFile, std::int32_t scanIndex) {
-    setSouthPair(run, scanIndex);
+    setLineSouthPairFiles(run, scanIndex);
     if (prepareScanPair(run) == 0) {
         logFailedPair(run);
         return false;

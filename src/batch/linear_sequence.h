@@ -14,6 +14,10 @@ namespace sorvek {
 // evaluation pass while it is true (normally rmsPath).
 void runLinearSequence(Run& run, const std::string& path);
 
+// Sets the indices of scan `scanIndex` and its south neighbour and, when it has one, the
+// files the pass reads for them (the rotated files in an RMS pass with FILEEXT 0).
+void setLineSouthPairFiles(Run& run, std::int32_t scanIndex);
+
 // The RMS pass's pair of scan `scanIndex` and its south neighbour, which must exist:
 // prepares and evaluates it, writes its row to `rowFile` and adds 1 to pairsDone. False
 // when the pair could not be prepared; the log then has its three lines.

@@ -23,14 +23,6 @@ struct SitePass {
     std::size_t pairPosition = 0;  // the planned pair in hand
 };
 
-void setPairFiles(Run& run, const PlannedPair& planned) {
-    const std::vector<ScanRecord>& scans = run.state.scans;
-    run.pair.firstIndex = planned.firstIndex;
-    run.pair.firstPath = scans[static_cast<std::size_t>(planned.firstIndex)].fileName;
-    run.pair.secondIndex = planned.secondIndex;
-    run.pair.secondPath = scans[static_cast<std::size_t>(planned.secondIndex)].fileName;
-}
-
 void takeTurn(Run& run, SitePass& pass, const PlannedTurn& turn) {
     const std::time_t start = wallClockNow();
     pass.outputs.firstRotationDeg = 0.0;
@@ -45,7 +37,7 @@ void takeTurn(Run& run, SitePass& pass, const PlannedTurn& turn) {
             ++run.state.pairsDone;
             break;
         case PairFate::failedBefore:
-            setPairFiles(run, planned);
+            setSitePairFiles(run, planned);
             logFailedPair(run);
             break;
         }
@@ -56,9 +48,17 @@ void takeTurn(Run& run, SitePass& pass, const PlannedTurn& turn) {
 
 }  // namespace
 
+void setSitePairFiles(Run& run, const PlannedPair& planned) {
+    const std::vector<ScanRecord>& scans = run.state.scans;
+    run.pair.firstIndex = planned.firstIndex;
+    run.pair.firstPath = scans[static_cast<std::size_t>(planned.firstIndex)].fileName;
+    run.pair.secondIndex = planned.secondIndex;
+    run.pair.secondPath = scans[static_cast<std::size_t>(planned.secondIndex)].fileName;
+}
+
 bool doSitePair(Run& run, bool isEvaluation, SolverOutputs& outputs, std::FILE* rowFile,
                 const PlannedPair& planned) {
-    setPairFiles(run, planned);
+    setSitePairFiles(run, planned);
     if (prepareScanPair(run) == 0) {
         logFailedPair(run);
         return false;

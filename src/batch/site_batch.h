@@ -14,6 +14,9 @@ namespace sorvek {
 // GPSMINDIST..GPSMAXDIST, one result row per pair.
 void runSiteBatch(Run& run, const std::string& path);
 
+// Sets the indices and files of a planned pair as the pass does before reading it.
+void setSitePairFiles(Run& run, const PlannedPair& planned);
+
 // One pair of a site pass: prepares it, solves or evaluates it, writes its row to
 // `rowFile` and adds 1 to pairsDone. False when the pair could not be prepared; the log
 // then has its three lines and nothing else happened.

@@ -10,6 +10,11 @@ void waitForKey() {
     std::getchar();
 }
 
+void reportOutOfMemory() {
+    std::fflush(stdout);
+    std::fprintf(stderr, "sorvek: out of memory\n");
+}
+
 void endRun(int exitCode) {
     waitForKey();
     std::exit(exitCode);

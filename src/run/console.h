@@ -12,4 +12,7 @@ void waitForKey();
 // every C stream, so rows already written stay on disk.
 [[noreturn]] void endRun(int exitCode);
 
+// The one line an exhausted memory leaves, on standard error after the console is flushed.
+void reportOutOfMemory();
+
 }  // namespace sorvek

@@ -45,11 +45,17 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
 SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                         const std::string& stdinText, const std::optional<std::string>& optionText,
                         const std::string& shellPrefix) {
+    return runBinary(SORVEK_BINARY, workDir, args, stdinText, optionText, shellPrefix);
+}
+
+SessionResult runBinary(const std::filesystem::path& binary, const std::filesystem::path& workDir,
+                        const std::vector<std::string>& args, const std::string& stdinText,
+                        const std::optional<std::string>& optionText, const std::string& shellPrefix) {
     namespace fs = std::filesystem;
     const fs::path binDir = workDir / "bin";
     fs::create_directories(binDir);
     fs::remove(binDir / "sorvek");
-    fs::create_symlink(SORVEK_BINARY, binDir / "sorvek");
+    fs::create_symlink(binary, binDir / "sorvek");
     fs::remove(binDir / "sorvek.txt");
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
     writeFile(workDir / ".stdin", stdinText);

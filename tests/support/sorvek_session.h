@@ -30,4 +30,11 @@ SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<
                         const std::optional<std::string>& optionText = std::nullopt,
                         const std::string& shellPrefix = "");
 
+// The same with another program in the place of sorvek (sorvek-mpi), still started as
+// ./bin/sorvek: `shellPrefix` may be a launcher such as "mpirun -np 3 ".
+SessionResult runBinary(const std::filesystem::path& binary, const std::filesystem::path& workDir,
+                        const std::vector<std::string>& args, const std::string& stdinText,
+                        const std::optional<std::string>& optionText = std::nullopt,
+                        const std::string& shellPrefix = "");
+
 }  // namespace sorvek::testing

@@ -1,0 +1,164 @@
+// sorvek-mpi under mpirun on small generated jobs, against sorvek on the same jobs: the
+// same console text (time lines aside), standard error, exit code, result file and log;
+// a rank killed in the middle; and --resume after it, with either program.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+#include "batch/survey_job.h"
+
+namespace sorvek {
+namespace {
+
+using testing::SessionResult;
+using testing::SurveyJob;
+
+// mpirun refuses to start as root unless told, and the tests run three ranks on however
+// few cores the machine has.
+std::string launcher(int rankCount) {
+    std::string command = "mpirun --oversubscribe ";
+    if (geteuid() == 0) command += "--allow-run-as-root ";
+    return command + "-np " + std::to_string(rankCount) + " ";
+}
+
+SessionResult runSpread(const SurveyJob& job, int mode, const std::string& options,
+                        const std::vector<std::string>& flags = {}) {
+    std::vector<std::string> args = flags;
+    args.push_back(job.name + ".txt");
+    return testing::runBinary(SORVEK_MPI_BINARY, job.dir, args, std::to_string(mode) + "\n\n\n",
+                              job.baseOptions + options, launcher(3));
+}
+
+// Runs `mode` with sorvek, then with sorvek-mpi on three ranks, and compares everything.
+void expectSameAsOneProcess(const SurveyJob& job, int mode, const std::string& options,
+                            const std::string& resultName) {
+    const SessionResult alone = testing::runMode(job, mode, options);
+    ASSERT_EQ(alone.exitCode, 0) << alone.out;
+    const std::string aloneRows = testing::readFile(job.dir / resultName);
+    const std::string aloneLog = testing::readFile(job.dir / "joblog.txt");
+    std::filesystem::remove(job.dir / resultName);
+    std::filesystem::remove(job.dir / "joblog.txt");
+    const SessionResult spread = runSpread(job, mode, options);
+    EXPECT_EQ(spread.exitCode, 0);
+    EXPECT_EQ(testing::withTimesZeroed(spread.out), testing::withTimesZeroed(alone.out));
+    EXPECT_EQ(spread.err, alone.err);
+    EXPECT_EQ(testing::readFile(job.dir / resultName), aloneRows);
+    EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"), aloneLog);
+    EXPECT_GT(aloneRows.size(), 200U);  // rows were written at all
+}
+
+const char* const quickRegistration = "GPSMAXDIST 25\nMAXITER 2\n";
+
+TEST(SpreadRuns, SitePassesGiveWhatOneProcessGives) {
+    const SurveyJob site = testing::makeSurveyJob("spread-site", testing::smallSpec("site", "north", 9, 6000));
+    expectSameAsOneProcess(site, 7, "GPSMAXDIST 25\n", "jobrms.csv");
+    expectSameAsOneProcess(site, 6, quickRegistration, "jobreg.csv");
+    expectSameAsOneProcess(site, 6, "GPSMAXDIST 25\nREGSOL 1\nMAXITER 1\nMAXREPEAT 1\n", "jobreg.csv");
+    std::filesystem::remove_all(site.dir);
+}
+
+TEST(SpreadRuns, LineEvaluationGivesWhatOneProcessGives) {
+    const SurveyJob line = testing::makeSurveyJob("spread-line", testing::smallSpec("line", "north", 9, 6000));
+    expectSameAsOneProcess(line, 3, "FILEEXT 1\n", "jobrms.csv");
+    std::filesystem::remove_all(line.dir);
+}
+
+// The first pairs are handed out before anyone knows that the very first one cannot be
+// read, with progress figures that count it: those pairs are computed again.
+TEST(SpreadRuns, AnUnreadableScanLeavesTheSameRowsLogAndProgressFigures) {
+    const SurveyJob site = testing::makeSurveyJob("spread-missing", testing::smallSpec("site", "north", 9, 6000));
+    std::filesystem::remove(site.dir / testing::scanFile(2));
+    expectSameAsOneProcess(site, 6, quickRegistration, "jobreg.csv");
+    expectSameAsOneProcess(site, 7, "GPSMAXDIST 25\n", "jobrms.csv");
+    std::filesystem::remove_all(site.dir);
+}
+
+// The rank of `rank` among the children of `launcherPid`, or -1.
+pid_t childWithRank(pid_t launcherPid, int rank) {
+    const std::string wanted = "OMPI_COMM_WORLD_RANK=" + std::to_string(rank);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string name = entry.path().filename().string();
+        if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+        std::ifstream stat(entry.path() / "stat");
+        std::string pid, command, state;
+        pid_t parent = 0;
+        stat >> pid >> command >> state >> parent;
+        if (parent != launcherPid) continue;
+        const std::string environment = testing::readFile(entry.path() / "environ");
+        if (environment.find(wanted + '\0') != std::string::npos) return std::stoi(name);
+    }
+    return -1;
+}
+
+std::size_t lineCount(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// Starts sorvek-mpi on three ranks in the background, waits for `rowsBeforeKill` rows,
+// kills rank 2 and returns mpirun's exit status.
+int runAndKillARank(const SurveyJob& job, const std::string& options, std::size_t rowsBeforeKill) {
+    testing::writeFile(job.dir / "bin" / "sorvek.txt", job.baseOptions + options);
+    std::filesystem::remove(job.dir / "bin" / "sorvek");
+    std::filesystem::create_symlink(SORVEK_MPI_BINARY, job.dir / "bin" / "sorvek");
+    testing::writeFile(job.dir / "stdin.txt", "6\n\n\n");
+    std::filesystem::remove(job.dir / "jobreg.csv");
+    const pid_t launcherPid = fork();
+    if (launcherPid == 0) {
+        const std::string command = "cd '" + job.dir.string() + "' && exec " + launcher(3) +
+                                    "./bin/sorvek job.txt < stdin.txt > out.txt 2> err.txt";
+        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
+    pid_t victim = -1;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (lineCount(testing::readFile(job.dir / "jobreg.csv")) >= rowsBeforeKill + 1) {
+            victim = childWithRank(launcherPid, 2);
+            if (victim > 0) {
+                kill(victim, SIGKILL);
+                break;
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    EXPECT_GT(victim, 0) << "rank 2 was not found while the job ran";
+    int status = 0;
+    waitpid(launcherPid, &status, 0);
+    return status;
+}
+
+TEST(SpreadRuns, AKilledRankEndsTheJobAndResumeCompletesTheFileWithEitherProgram) {
+    const SurveyJob job = testing::makeSurveyJob("spread-kill", testing::smallSpec("site", "north", 9, 30000));
+    const std::string options = "GPSMAXDIST 25\n";
+    ASSERT_EQ(testing::runMode(job, 6, options).exitCode, 0);
+    const std::string finished = testing::readFile(job.dir / "jobreg.csv");
+    ASSERT_GE(lineCount(finished), 8U);
+
+    const int status = runAndKillARank(job, options, 2);
+    EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    const std::string stopped = testing::readFile(job.dir / "jobreg.csv");
+    const std::string kept = stopped.substr(0, stopped.rfind('\n') + 1);
+    EXPECT_EQ(finished.substr(0, kept.size()), kept);  // rows of the pairs finished in order
+    EXPECT_LT(kept.size(), finished.size());
+    EXPECT_GE(lineCount(kept), 3U);
+
+    const SessionResult resumed = runSpread(job, 6, options, {"--resume"});
+    EXPECT_EQ(resumed.exitCode, 0);
+    EXPECT_EQ(testing::readFile(job.dir / "jobreg.csv"), finished);
+
+    testing::writeFile(job.dir / "jobreg.csv", stopped);
+    const SessionResult alone = testing::runSorvek(job.dir, {"--resume", "job.txt"}, "6\n\n\n",
+                                                   job.baseOptions + options);
+    EXPECT_EQ(alone.exitCode, 0);
+    EXPECT_EQ(testing::readFile(job.dir / "jobreg.csv"), finished);
+    std::filesystem::remove_all(job.dir);
+}
+
+}  // namespace
+}  // namespace sorvek

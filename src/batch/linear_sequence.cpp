@@ -23,7 +23,7 @@ enum class Side { south, north };
 
 // What one pass carries from pair to pair besides the shared records.
 struct LinearPass {
-    std::FILE* file = nullptr;     // the result file being written
+    OutputFile file;               // the result file being written
     bool isEvaluation = false;     // RMS evaluation pass rather than registration pass
     SolverOutputs outputs;         // the solver's out values, kept across pairs
     std::vector<PairFate> fates;   // RMS pass: per planned pair, do it or skip it on resuming
@@ -75,7 +75,7 @@ void solvePair(Run& run, LinearPass& pass, Side side) {
     writeRegistrationRow(pass.file, registrationRowOf(run, pass.outputs, solverRms));
 }
 
-void evaluatePair(Run& run, std::FILE* rowFile) {
+void evaluatePair(Run& run, OutputFile& rowFile) {
     const ScanRecord& first = run.state.scans[static_cast<std::size_t>(run.pair.firstIndex)];
     const ScanRecord& second = run.state.scans[static_cast<std::size_t>(run.pair.secondIndex)];
     const RmsRow row = evaluatePreparedPair(run, first.southDist);
@@ -155,7 +155,7 @@ void takeTurn(Run& run, LinearPass& pass, std::int32_t scanIndex) {
 
 }  // namespace
 
-bool doLineRmsPair(Run& run, std::FILE* rowFile, std::int32_t scanIndex) {
+bool doLineRmsPair(Run& run, OutputFile& rowFile, std::int32_t scanIndex) {
     setLineSouthPairFiles(run, scanIndex);
     if (prepareScanPair(run) == 0) {
         logFailedPair(run);
@@ -169,21 +169,19 @@ bool doLineRmsPair(Run& run, std::FILE* rowFile, std::int32_t scanIndex) {
 void runLinearSequence(Run& run, const std::string& path) {
     LinearPass pass;
     pass.isEvaluation = run.state.rmsPhase;
-    FileHandle file;
     if (pass.isEvaluation) {
         PassFile passFile = openPassFile(run, path, ResultFileKind::lineRms,
                                          pairsOf(planPass(run, PassKind::lineEvaluation)));
-        file = std::move(passFile.file);
+        pass.file = std::move(passFile.file);
         pass.fates = std::move(passFile.fates);
     } else {
-        file = createResultFile(path, ResultFileKind::registration);
+        pass.file = createResultFile(path, ResultFileKind::registration, run.state.logFile.get());
     }
-    pass.file = file.get();
     const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
     for (std::int32_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         takeTurn(run, pass, scanIndex);
     }
-    file.reset();
+    closeInPlace(pass.file);
     std::printf("\n");
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "run/output_file.h"
 #include "run/records.h"
 
 namespace sorvek {
@@ -21,6 +22,6 @@ void setLineSouthPairFiles(Run& run, std::int32_t scanIndex);
 // The RMS pass's pair of scan `scanIndex` and its south neighbour, which must exist:
 // prepares and evaluates it, writes its row to `rowFile` and adds 1 to pairsDone. False
 // when the pair could not be prepared; the log then has its three lines.
-bool doLineRmsPair(Run& run, std::FILE* rowFile, std::int32_t scanIndex);
+bool doLineRmsPair(Run& run, OutputFile& rowFile, std::int32_t scanIndex);
 
 }  // namespace sorvek

@@ -43,15 +43,16 @@ bool openPairCapture(PairCapture& capture) {
     capture.console = openSink(capture.sinks[0], _IOLBF);
     capture.errors = openSink(capture.sinks[1], _IONBF);
     capture.log = openSink(capture.sinks[2], _IOFBF);
-    capture.rows = openSink(capture.sinks[3], _IOFBF);
+    capture.rows.file = openSink(capture.sinks[3], _IOFBF);
+    capture.rows.path = "the result file";
     cookie_io_functions_t functions{};
     functions.read = readNothing;
     capture.noInput = FileHandle(fopencookie(nullptr, "r", functions));
-    return capture.console && capture.errors && capture.log && capture.rows && capture.noInput;
+    return capture.console && capture.errors && capture.log && capture.rows.file && capture.noInput;
 }
 
 std::string takeCapturedText(PairCapture& capture) {
-    for (const FileHandle* stream : {&capture.console, &capture.errors, &capture.log, &capture.rows}) {
+    for (const FileHandle* stream : {&capture.console, &capture.errors, &capture.log, &capture.rows.file}) {
         if (*stream) std::fflush(stream->get());
     }
     std::string text = std::move(capture.framed);
@@ -59,27 +60,30 @@ std::string takeCapturedText(PairCapture& capture) {
     return text;
 }
 
-bool replayCapturedText(std::string_view framed, const CaptureTargets& targets) {
+ReplayOutcome replayCapturedText(std::string_view framed, const CaptureTargets& targets) {
     while (!framed.empty()) {
-        if (framed.size() < frameHead) return false;
+        if (framed.size() < frameHead) return ReplayOutcome::damaged;
         std::uint32_t length = 0;
         std::memcpy(&length, framed.data() + 1, sizeof length);
-        if (framed.size() - frameHead < length) return false;
-        std::FILE* target = nullptr;
-        switch (static_cast<CaptureChannel>(framed[0])) {
-        case CaptureChannel::console: target = targets.console; break;
-        case CaptureChannel::errors: target = targets.errors; break;
-        case CaptureChannel::log: target = targets.log; break;
-        case CaptureChannel::rows: target = targets.rows; break;
-        default: return false;
-        }
+        if (framed.size() - frameHead < length) return ReplayOutcome::damaged;
         const std::string_view piece = framed.substr(frameHead, length);
-        if (target != nullptr && std::fwrite(piece.data(), 1, piece.size(), target) != piece.size()) {
-            return false;
+        const auto write = [&](std::FILE* target) {
+            return target == nullptr || std::fwrite(piece.data(), 1, piece.size(), target) == piece.size();
+        };
+        switch (static_cast<CaptureChannel>(framed[0])) {
+        case CaptureChannel::console: (void)write(targets.console); break;
+        case CaptureChannel::errors: (void)write(targets.errors); break;
+        case CaptureChannel::log:
+            if (!write(targets.log)) return ReplayOutcome::logFailed;
+            break;
+        case CaptureChannel::rows:
+            if (!write(targets.rows)) return ReplayOutcome::rowsFailed;
+            break;
+        default: return ReplayOutcome::damaged;
         }
         framed.remove_prefix(frameHead + length);
     }
-    return true;
+    return ReplayOutcome::written;
 }
 
 StandardStreams redirectStandardStreams(PairCapture& capture) {

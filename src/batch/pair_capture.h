@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "run/output_file.h"
 #include "run/records.h"
 
 namespace sorvek {
@@ -40,7 +41,7 @@ struct PairCapture {
     FileHandle console;                 // line-buffered like a terminal's standard output
     FileHandle errors;                  // unbuffered like standard error
     FileHandle log;                     // stands in for the log file
-    FileHandle rows;                    // stands in for the result file
+    OutputFile rows;                    // stands in for the result file
     FileHandle noInput;                 // a standard input that is always at its end
 };
 
@@ -58,9 +59,17 @@ struct CaptureTargets {
     std::FILE* rows = nullptr;
 };
 
-// Writes every piece to its target, in the order caught. False when a piece is cut
-// short or a write fails.
-bool replayCapturedText(std::string_view framed, const CaptureTargets& targets);
+// How writing captured text out went.
+enum class ReplayOutcome {
+    written,     // every piece reached its target (console and errors are not checked,
+                 // as the stage code does not check its own console text either)
+    damaged,     // a piece is cut short or names no channel; nothing after it was written
+    rowsFailed,  // a write to the result file failed; errno tells why
+    logFailed,   // a write to the log failed; errno tells why
+};
+
+// Writes every piece to its target, in the order caught, and stops at the first failure.
+ReplayOutcome replayCapturedText(std::string_view framed, const CaptureTargets& targets);
 
 // The three standard streams of the process.
 struct StandardStreams {

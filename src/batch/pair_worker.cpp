@@ -52,7 +52,7 @@ PairResult computePair(PairWorker& worker, const PairTask& task) {
     // writes both rotations before anything reads them, and writes the point count either
     // in every pair of a pass or in none, as the options alone decide.
     SolverOutputs outputs;
-    std::FILE* rowFile = worker.capture.rows.get();
+    OutputFile& rowFile = worker.capture.rows;
     const auto start = std::chrono::steady_clock::now();
     PairResult result;
     result.pairNumber = task.pairNumber;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "run/output_file.h"
 #include "run/records.h"
 
 namespace sorvek {
@@ -46,13 +47,14 @@ enum class ResultFileKind {
 const char* headLineOf(ResultFileKind kind);
 
 // Creates `path` (replacing it) and writes its head line. When it cannot be created the
-// user is told and the run ends with exit code 0, so the caller always gets a file.
-FileHandle createResultFile(const std::string& path, ResultFileKind kind);
+// user is told and the run ends with exit code 0, so the caller always gets a file. A
+// write that fails, here or in a row, ends the run with exit code 1 and tells `log` too.
+OutputFile createResultFile(const std::string& path, ResultFileKind kind, std::FILE* log);
 
 // The rotation form when the solver beat initialRms (strictly), else the zero form with
 // initialRms in the rms column.
-void writeRegistrationRow(std::FILE* file, const RegistrationRow& row);
+void writeRegistrationRow(OutputFile& file, const RegistrationRow& row);
 
-void writeRmsRow(std::FILE* file, const RmsRow& row);
+void writeRmsRow(OutputFile& file, const RmsRow& row);
 
 }  // namespace sorvek

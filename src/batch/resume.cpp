@@ -63,11 +63,12 @@ std::optional<std::string> readWholeFile(const std::string& path) {
 }
 
 // Cuts the file back to its kept bytes and opens it for appending.
-FileHandle reopenForAppending(const std::string& path, std::int64_t keptByteCount) {
+OutputFile reopenForAppending(const std::string& path, std::int64_t keptByteCount,
+                              std::FILE* log) {
     std::error_code error;
     std::filesystem::resize_file(path, static_cast<std::uintmax_t>(keptByteCount), error);
-    FileHandle file = error ? FileHandle() : openFile(path, "a");
-    if (!file) {
+    OutputFile file = error ? OutputFile{} : openInPlace(path, "a", log);
+    if (!file.file) {
         std::printf("Unable to create ouput file %s \n", path.c_str());
         std::printf("Please verify that the path exists. \n");
         endRun(0);
@@ -132,7 +133,7 @@ PassFile openPassFile(const Run& run, const std::string& path, ResultFileKind ki
                       const std::vector<PlannedPair>& pairs) {
     PassFile pass;
     if (!run.state.resumesResults) {
-        pass.file = createResultFile(path, kind);
+        pass.file = createResultFile(path, kind, run.state.logFile.get());
         pass.fates.assign(pairs.size(), PairFate::toDo);
         return pass;
     }
@@ -143,8 +144,9 @@ PassFile openPassFile(const Run& run, const std::string& path, ResultFileKind ki
     if (!fates) refuseToResume(path, "its rows are not the pairs of this job in this order");
     pass.fates = std::move(*fates);
     pass.keptRowCount = static_cast<std::int32_t>(kept.rows.size());
-    pass.file = kept.keptByteCount > 0 ? reopenForAppending(path, kept.keptByteCount)
-                                       : createResultFile(path, kind);
+    std::FILE* log = run.state.logFile.get();
+    pass.file = kept.keptByteCount > 0 ? reopenForAppending(path, kept.keptByteCount, log)
+                                       : createResultFile(path, kind, log);
     std::int32_t toDoCount = 0;
     for (const PairFate fate : pass.fates) toDoCount += fate == PairFate::toDo ? 1 : 0;
     std::printf("Resuming %s: %i rows kept, %i pairs to do \n", path.c_str(), pass.keptRowCount,

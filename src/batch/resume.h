@@ -10,6 +10,7 @@
 
 #include "batch/pair_plan.h"
 #include "batch/result_rows.h"
+#include "run/output_file.h"
 #include "run/records.h"
 
 namespace sorvek {
@@ -47,7 +48,7 @@ std::optional<std::vector<PairFate>> matchKeptRows(const std::vector<RowIds>& pl
 
 // A pass's result file and what to do with each planned pair.
 struct PassFile {
-    FileHandle file;                // the result file, open for the pass's rows
+    OutputFile file;                // the result file, open for the pass's rows
     std::vector<PairFate> fates;    // one per planned pair, in plan order
     std::int32_t keptRowCount = 0;  // rows kept from the earlier run
 };

@@ -16,7 +16,7 @@ namespace {
 
 // What one pass carries from pair to pair besides the shared records.
 struct SitePass {
-    std::FILE* file = nullptr;     // the result file being written
+    OutputFile file;               // the result file being written
     bool isEvaluation = false;     // run mode 7 rather than run mode 6
     SolverOutputs outputs;         // the solver's out values, kept across pairs
     std::vector<PairFate> fates;   // per planned pair: do it, or skip it on a resumed run
@@ -56,7 +56,7 @@ void setSitePairFiles(Run& run, const PlannedPair& planned) {
     run.pair.secondPath = scans[static_cast<std::size_t>(planned.secondIndex)].fileName;
 }
 
-bool doSitePair(Run& run, bool isEvaluation, SolverOutputs& outputs, std::FILE* rowFile,
+bool doSitePair(Run& run, bool isEvaluation, SolverOutputs& outputs, OutputFile& rowFile,
                 const PlannedPair& planned) {
     setSitePairFiles(run, planned);
     if (prepareScanPair(run) == 0) {
@@ -82,10 +82,10 @@ void runSiteBatch(Run& run, const std::string& path) {
     PassFile passFile = openPassFile(
         run, path, pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration,
         pairsOf(turns));
-    pass.file = passFile.file.get();
+    pass.file = std::move(passFile.file);
     pass.fates = std::move(passFile.fates);
     for (const PlannedTurn& turn : turns) takeTurn(run, pass, turn);
-    passFile.file.reset();
+    closeInPlace(pass.file);
     const std::int32_t seconds = secondsSince(passStart);
     std::printf("\n");
     printTotalTime(stdout, pass.isEvaluation, seconds);

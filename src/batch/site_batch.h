@@ -6,6 +6,7 @@
 
 #include "batch/batch_pair.h"
 #include "batch/pair_plan.h"
+#include "run/output_file.h"
 #include "run/records.h"
 
 namespace sorvek {
@@ -20,7 +21,7 @@ void setSitePairFiles(Run& run, const PlannedPair& planned);
 // One pair of a site pass: prepares it, solves or evaluates it, writes its row to
 // `rowFile` and adds 1 to pairsDone. False when the pair could not be prepared; the log
 // then has its three lines and nothing else happened.
-bool doSitePair(Run& run, bool isEvaluation, SolverOutputs& outputs, std::FILE* rowFile,
+bool doSitePair(Run& run, bool isEvaluation, SolverOutputs& outputs, OutputFile& rowFile,
                 const PlannedPair& planned);
 
 }  // namespace sorvek

@@ -6,6 +6,7 @@
 
 #include "points/binary_reader.h"
 #include "points/transforms.h"
+#include "run/output_file.h"
 
 // Every scan's .bxyz cloud moved into the survey frame by its own scan matrix and
 // written as text. The registration results play no part, and neither does
@@ -21,16 +22,19 @@ std::string exportedFileName(const std::string& fileName) {
 }
 
 // The header line comes even for a scan without points, so that every scan leaves a file.
-void writeExportedCloud(const std::string& path, std::span<const PointRecord> points) {
-    const FileHandle file = openFile(path, "w");
-    if (!file) {
+void writeExportedCloud(const std::string& path, std::span<const PointRecord> points,
+                        std::FILE* log) {
+    OutputFile file = createWholeFile(path, log);
+    if (!file.file) {
         std::printf("Unable to create %s \n", path.c_str());
         return;
     }
-    std::fprintf(file.get(), "#X,Y,Z\n");
+    std::FILE* out = file.file.get();
+    requirePrinted(std::fprintf(out, "#X,Y,Z\n"), file);
     for (const PointRecord& point : points) {
-        std::fprintf(file.get(), "%lf %lf %lf\n", point.x, point.y, point.z);
+        requirePrinted(std::fprintf(out, "%lf %lf %lf\n", point.x, point.y, point.z), file);
     }
+    commitWholeFile(file);
 }
 
 }  // namespace
@@ -48,7 +52,7 @@ void exportScans(Run& run) {
                                                       scan.gpsX, scan.gpsY, scan.gpsZ);
             applyMatrix(pair.firstCloud, matrix);
         }
-        writeExportedCloud(pair.firstPath, pair.firstCloud);
+        writeExportedCloud(pair.firstPath, pair.firstCloud, run.state.logFile.get());
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "points/transforms.h"
+#include "run/output_file.h"
 
 // The matrix files are written from the survey database alone: the angles and positions
 // of the scan table, not registration results, so that another program can move each
@@ -27,12 +28,13 @@ void writeTransformMatrices(Run& run) {
         renameToMatrixFile(scan.fileName);
         const ScanMatrix matrix = composeScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,
                                                     scan.gpsX, scan.gpsY, scan.gpsZ);
-        const FileHandle file = openFile(scan.fileName, "w");
-        if (!file) {
+        OutputFile file = createWholeFile(scan.fileName, run.state.logFile.get());
+        if (!file.file) {
             std::printf("Unable to create %s \n", scan.fileName.c_str());
             continue;
         }
-        writeMatrixRows(file.get(), matrix);
+        requireWritten(writeMatrixRows(file.file.get(), matrix), file);
+        commitWholeFile(file);
     }
 }
 

@@ -22,6 +22,7 @@
 #include "points/point_file_kind.h"
 #include "points/transforms.h"
 #include "run/console.h"
+#include "run/output_file.h"
 
 namespace sorvek {
 namespace {
@@ -31,14 +32,17 @@ constexpr std::size_t linePieceLimit = 255;  // characters one read of a line ta
 // The scan's mean rotation and the turn it gives; a mean of exactly 0.0 turns nothing.
 struct ScanTurn {
     bool hasRotation = false;
+    double meanDeg = 0.0;             // the mean of the scan's registered rotations
+    std::int32_t rotationCount = 0;   // how many rotations the mean was taken over
+    double rotationSpread = 0.0;      // their spread, degrees
     double cosTheta = 1.0;
     double sinTheta = 0.0;
 };
 
 // The stage's output for the scan in hand.
 struct ScanOutput {
-    std::FILE* rotFile = nullptr;    // the rotation result file
-    std::FILE* pointFile = nullptr;  // the rotated point file
+    OutputFile* rotFile = nullptr;   // the rotation result file
+    OutputFile pointFile;            // the rotated point file
     std::int32_t pointsWritten = 0;  // NumpointsED
 };
 
@@ -91,33 +95,44 @@ void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, d
     y = ((dy * turn.cosTheta) + (dx * turn.sinTheta)) + scan.gpsY;
 }
 
-// Takes the scan's mean, announces it and writes the first piece of the scan's row.
+// Takes the scan's mean and announces it.
 ScanTurn chooseTurn(std::span<const RotationEntry> table, const ScanRecord& scan,
-                    std::int32_t pointCount, std::FILE* rotFile) {
-    std::int32_t rotationCount = 0;
-    double rotationSpread = 0.0;
-    const double meanDeg = averageRotation(table, scan.scanId, rotationCount, rotationSpread);
+                    std::int32_t pointCount) {
     ScanTurn turn;
-    if (meanDeg == 0.0) {
+    turn.meanDeg = averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpread);
+    if (turn.meanDeg == 0.0) {
         std::printf("No rotation values found !=0 for %i so %i points will not be rotated.  \n",
                     scan.scanId, pointCount);
-        std::fprintf(rotFile, "%i,0.000000,0,0.0", scan.scanId);
         return turn;
     }
-    std::printf("Rotating %i Points in %i by %f degrees \n", pointCount, scan.scanId, meanDeg);
-    std::fprintf(rotFile, "%i,%f,%i,%f", scan.scanId, meanDeg, rotationCount, rotationSpread);
-    const double thetaRad = meanDeg * degToRad;
+    std::printf("Rotating %i Points in %i by %f degrees \n", pointCount, scan.scanId,
+                turn.meanDeg);
+    const double thetaRad = turn.meanDeg * degToRad;
     turn.hasRotation = true;
     turn.cosTheta = std::cos(thetaRad);
     turn.sinTheta = std::sin(thetaRad);
     return turn;
 }
 
-// The second piece of the row, the close of the point file and the closing lines.
-void finishScan(ScanOutput& output, FileHandle pointFile, std::int32_t pointCount) {
-    std::fprintf(output.rotFile, ",%i,%i \n", pointCount, output.pointsWritten);
-    std::fflush(output.rotFile);
-    pointFile.reset();
+// The scan's row goes out whole once its rotated file stands complete under its final
+// name, so that a run that fails in between leaves neither half a row nor a row that
+// promises a file that is not there.
+void writeRotationRow(OutputFile& rotFile, const ScanRecord& scan, const ScanTurn& turn,
+                      std::int32_t pointCount, std::int32_t pointsWritten) {
+    std::FILE* file = rotFile.file.get();
+    requirePrinted(turn.hasRotation ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.meanDeg,
+                                                   turn.rotationCount, turn.rotationSpread)
+                                    : std::fprintf(file, "%i,0.000000,0,0.0", scan.scanId),
+                   rotFile);
+    requirePrinted(std::fprintf(file, ",%i,%i \n", pointCount, pointsWritten), rotFile);
+    flushRow(rotFile);
+}
+
+// The point file takes its final name, then the scan's row and the closing lines follow.
+void finishScan(ScanOutput& output, const ScanRecord& scan, const ScanTurn& turn,
+                std::int32_t pointCount) {
+    commitWholeFile(output.pointFile);
+    writeRotationRow(*output.rotFile, scan, turn, pointCount, output.pointsWritten);
     std::printf("Output of %i points \n", output.pointsWritten);
     std::printf("\n");
 }
@@ -156,65 +171,75 @@ void writeTextPoint(const Run& run, const ScanRecord& scan, const ScanTurn& turn
     }
     const double z = point.z;
     if (run.options.APPLYFILTER != 0 && !passesOutputFilter(run.options, scan, x, y, z)) return;
-    std::fprintf(output.pointFile, "%lf %lf %lf %i %i %i %i \n", x, y, z, point.carried1,
-                 point.carried2, point.carried3, cutTowardZero(point.carried4));
+    requirePrinted(
+        std::fprintf(output.pointFile.file.get(), "%lf %lf %lf %i %i %i %i \n", x, y, z,
+                     point.carried1, point.carried2, point.carried3, cutTowardZero(point.carried4)),
+        output.pointFile);
     ++output.pointsWritten;
 }
 
 // A text scan, from its first pass on. Comment lines are kept where they stand; a data
-// line without three numbers writes nothing but still counts in Numpoints.
+// line without three numbers writes nothing but still counts in Numpoints. An input that
+// cannot be read leaves its output file empty and its scan without a row.
 void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
-                    ScanOutput& output, FileHandle pointFile) {
+                    ScanOutput& output) {
     const std::string& path = run.pair.firstPath;
     const LineCounts counts = countTextLines(path);
     FileHandle in = openFile(path, "r");
     if (!in) {
         std::printf("Unable to open data file at %s \n", path.c_str());
         if (std::FILE* log = run.state.logFile.get()) {
-            std::fprintf(log, "Unable to open files: %s .", path.c_str());
-            std::fprintf(log, "Please check your input file for an error here. \n");
-            std::fflush(log);
+            const bool isWritten =
+                std::fprintf(log, "Unable to open files: %s .", path.c_str()) >= 0 &&
+                std::fprintf(log, "Please check your input file for an error here. \n") >= 0 &&
+                std::fflush(log) == 0;
+            requireLogWritten(isWritten, run.state);
         }
+        commitWholeFile(output.pointFile);
         return;
     }
     std::printf("Loading data from file %s \n", path.c_str());
     std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
-    const ScanTurn turn = chooseTurn(table, scan, counts.dataLines, output.rotFile);
+    const ScanTurn turn = chooseTurn(table, scan, counts.dataLines);
     std::string piece;
     while (readLinePiece(in.get(), piece)) {
         if (isCommentLine(piece)) {
-            std::fprintf(output.pointFile, "%s \n", commentText(piece).c_str());
+            requirePrinted(std::fprintf(output.pointFile.file.get(), "%s \n",
+                                        commentText(piece).c_str()),
+                           output.pointFile);
             continue;
         }
         const TextPointLine point = parseTextPointLine(piece);
         if (point.hasPoint) writeTextPoint(run, scan, turn, point, output);
     }
     in.reset();
-    finishScan(output, std::move(pointFile), counts.dataLines);
+    finishScan(output, scan, turn, counts.dataLines);
 }
 
 // The written point of a binary scan: back through the scan transform when it was
 // applied, so that the file keeps the frame of the scan's own file. Component i is the
 // sum over k of R[k][i] * (p[k] - t[k]), k in order.
 void writeBinaryPoint(const std::optional<ScanMatrix>& matrix, const std::array<double, 3>& p,
-                      std::FILE* pointFile) {
-    std::array<double, 3> written = p;
+                      OutputFile& pointFile) {
+    std::array<double, 3> point = p;
     if (matrix) {
         const auto& m = matrix->m;
         const std::array<double, 3> offset = {p[0] - m[0][3], p[1] - m[1][3], p[2] - m[2][3]};
         for (std::size_t i = 0; i < 3; ++i) {
-            written[i] = ((m[0][i] * offset[0]) + (m[1][i] * offset[1])) + (m[2][i] * offset[2]);
+            point[i] = ((m[0][i] * offset[0]) + (m[1][i] * offset[1])) + (m[2][i] * offset[2]);
         }
     }
-    std::fprintf(pointFile, "%lf %lf %lf 0 0 0 0 \n", written[0], written[1], written[2]);
+    requirePrinted(
+        std::fprintf(pointFile.file.get(), "%lf %lf %lf 0 0 0 0 \n", point[0], point[1], point[2]),
+        pointFile);
 }
 
 void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
-                      ScanOutput& output, FileHandle pointFile, Cloud& cloud) {
+                      ScanOutput& output, Cloud& cloud) {
     std::printf("Loading data from file %s \n", run.pair.firstPath.c_str());
     std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
     const std::int32_t pointCount = countAsInt32(cloud.size());
-    const ScanTurn turn = chooseTurn(table, scan, pointCount, output.rotFile);
+    const ScanTurn turn = chooseTurn(table, scan, pointCount);
     std::optional<ScanMatrix> matrix;
     if (run.options.SCANTRANSFORM == 0) {
         matrix =
@@ -231,46 +256,51 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
         writeBinaryPoint(matrix, p, output.pointFile);
         ++output.pointsWritten;
     }
-    finishScan(output, std::move(pointFile), pointCount);
+    finishScan(output, scan, turn, pointCount);
 }
 
 // One scan: its output file, then text or binary by what the file holds.
 void rotateScan(Run& run, std::size_t scanIndex, std::span<const RotationEntry> table,
-                std::FILE* rotFile, Cloud& cloud) {
+                OutputFile& rotFile, Cloud& cloud) {
     const ScanRecord& scan = run.state.scans[scanIndex];
     run.pair.firstPath = scan.fileName;
     run.state.rotatedFilePath = rotatedOutputFileName(scan.fileName);
-    FileHandle pointFile = openFile(run.state.rotatedFilePath, "w");
-    if (!pointFile) {
+    ScanOutput output;
+    output.rotFile = &rotFile;
+    output.pointFile = createWholeFile(run.state.rotatedFilePath, run.state.logFile.get());
+    if (!output.pointFile.file) {
         std::printf("Unable to create %s \n", run.state.rotatedFilePath.c_str());
         if (std::FILE* log = run.state.logFile.get()) {
-            std::fprintf(log, "Unable to create %s \n", run.state.rotatedFilePath.c_str());
-            std::fflush(log);
+            const bool isWritten =
+                std::fprintf(log, "Unable to create %s \n", run.state.rotatedFilePath.c_str()) >=
+                    0 &&
+                std::fflush(log) == 0;
+            requireLogWritten(isWritten, run.state);
         }
         return;
     }
-    ScanOutput output;
-    output.rotFile = rotFile;
-    output.pointFile = pointFile.get();
     if (!isTextPointFile(scan.fileName)) {
         readBinaryPoints(scan.fileName, cloud);
         if (!cloud.empty()) {
-            rotateBinaryScan(run, scan, table, output, std::move(pointFile), cloud);
+            rotateBinaryScan(run, scan, table, output, cloud);
             return;
         }
     }
-    rotateTextScan(run, scan, table, output, std::move(pointFile));
+    rotateTextScan(run, scan, table, output);
 }
 
-FileHandle createRotationResultFile(const std::string& path) {
-    FileHandle file = openFile(path, "w");
-    if (!file) {
+OutputFile createRotationResultFile(const std::string& path, std::FILE* log) {
+    OutputFile file = openInPlace(path, "w", log);
+    if (!file.file) {
         std::printf("Unable to create %s \n", path.c_str());
         std::printf("Please verify that the path exists. \n");
         endRun(1);
     }
-    std::fprintf(file.get(),
-                 "ID,rotation(degrees),numRotVals,RotSpread(Degrees),Numpoints,NumpointsED \n");
+    requirePrinted(
+        std::fprintf(file.file.get(),
+                     "ID,rotation(degrees),numRotVals,RotSpread(Degrees),Numpoints,NumpointsED \n"),
+        file);
+    flushRow(file);
     return file;
 }
 
@@ -319,16 +349,16 @@ void rotateScans(Run& run) {
     const std::size_t scanCount = run.state.scans.size();
     const std::int32_t scanTotal = countAsInt32(scanCount);
     const float progressFactor = static_cast<float>(100.0 / static_cast<double>(scanTotal));
-    FileHandle rotFile = createRotationResultFile(run.state.rotPath);
+    OutputFile rotFile = createRotationResultFile(run.state.rotPath, run.state.logFile.get());
     const std::int32_t entryCount = countRotationRows(run);
     const std::vector<RotationEntry> table = loadRotationTable(run, entryCount);
     Cloud cloud;
     for (std::size_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         const float percent = static_cast<float>(countAsInt32(scanIndex)) * progressFactor;
         std::printf("Percent complete........%i \n", cutTowardZero(percent));
-        rotateScan(run, scanIndex, table, rotFile.get(), cloud);
+        rotateScan(run, scanIndex, table, rotFile, cloud);
     }
-    rotFile.reset();
+    closeInPlace(rotFile);
     std::printf("Total Time for rotations of %i files is %i seconds \n", scanTotal,
                 secondsSince(start));
 }

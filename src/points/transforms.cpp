@@ -25,18 +25,21 @@ ScanMatrix composeScanMatrix(double rotX, double rotY, double rotZ, double scale
     return matrix;
 }
 
-void writeMatrixRows(std::FILE* out, const ScanMatrix& matrix) {
+bool writeMatrixRows(std::FILE* out, const ScanMatrix& matrix) {
     for (const auto& row : matrix.m) {
-        for (const double entry : row) std::fprintf(out, "%.10lf ", entry);
-        std::fprintf(out, "\n");
+        for (const double entry : row) {
+            if (std::fprintf(out, "%.10lf ", entry) < 0) return false;
+        }
+        if (std::fprintf(out, "\n") < 0) return false;
     }
+    return true;
 }
 
 ScanMatrix buildScanMatrix(double rotX, double rotY, double rotZ, double scale, double gpsX,
                            double gpsY, double gpsZ) {
     const ScanMatrix matrix = composeScanMatrix(rotX, rotY, rotZ, scale, gpsX, gpsY, gpsZ);
     std::printf("\nRotation Matrix Calculated for scan: \n\n");
-    writeMatrixRows(stdout, matrix);
+    (void)writeMatrixRows(stdout, matrix);
     return matrix;
 }
 

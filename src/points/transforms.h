@@ -23,8 +23,9 @@ ScanMatrix composeScanMatrix(double rotX, double rotY, double rotZ, double scale
 ScanMatrix buildScanMatrix(double rotX, double rotY, double rotZ, double scale, double gpsX,
                            double gpsY, double gpsZ);
 
-// Four lines of "%.10lf " entries, each line ended by "\n".
-void writeMatrixRows(std::FILE* out, const ScanMatrix& matrix);
+// Four lines of "%.10lf " entries, each line ended by "\n". False, with errno set, at the
+// first write that fails.
+bool writeMatrixRows(std::FILE* out, const ScanMatrix& matrix);
 
 void applyMatrix(std::span<PointRecord> points, const ScanMatrix& matrix);
 

@@ -5,6 +5,7 @@
 
 #include "registration/cube_walk.h"
 #include "registration/surface_geometry.h"
+#include "run/output_file.h"
 
 // The RMS of one cloud against the surface of another, point to point (REGMODE 0) or
 // point to plane (any other REGMODE). In run mode 5 every accepted pair is also written
@@ -12,48 +13,55 @@
 namespace sorvek {
 namespace {
 
-// The diagnostic files of mode 5. A file that cannot be created is reported and left out.
+// The diagnostic files of mode 5. A file that cannot be created is reported and left out;
+// one that stops taking writes ends the run. RMSdistances.txt grows from run to run, so
+// all three are written in place rather than under a partial name.
 struct Diagnostics {
-    FileHandle subjectPoints;    // PointsScan1.txt: the accepted samples
-    FileHandle referencePoints;  // PointsScan2.txt: their nearest point or foot
-    FileHandle distances;        // RMSdistances.txt: grows across calls and runs
+    OutputFile subjectPoints;    // PointsScan1.txt: the accepted samples
+    OutputFile referencePoints;  // PointsScan2.txt: their nearest point or foot
+    OutputFile distances;        // RMSdistances.txt: grows across calls and runs
 };
 
-FileHandle createDiagnostic(const char* name, const char* mode, const char* headLine) {
-    FileHandle file = openFile(name, mode);
-    if (!file) {
+OutputFile createDiagnostic(const char* name, const char* mode, const char* headLine,
+                            std::FILE* log) {
+    OutputFile file = openInPlace(name, mode, log);
+    if (!file.file) {
         std::printf("Unable to create %s \n", name);
         return file;
     }
-    std::fprintf(file.get(), "%s", headLine);
+    requirePrinted(std::fprintf(file.file.get(), "%s", headLine), file);
     return file;
 }
 
-Diagnostics openDiagnostics() {
+Diagnostics openDiagnostics(std::FILE* log) {
     Diagnostics files;
-    files.subjectPoints = createDiagnostic("PointsScan1.txt", "w", "#X,Y,Z\n");
-    files.referencePoints = createDiagnostic("PointsScan2.txt", "w", "#X,Y,Z\n");
+    files.subjectPoints = createDiagnostic("PointsScan1.txt", "w", "#X,Y,Z\n", log);
+    files.referencePoints = createDiagnostic("PointsScan2.txt", "w", "#X,Y,Z\n", log);
     files.distances =
-        createDiagnostic("RMSdistances.txt", "a", "#Distances for point pairs for Scanset\n");
+        createDiagnostic("RMSdistances.txt", "a", "#Distances for point pairs for Scanset\n", log);
     return files;
 }
 
 void closeDiagnostics(Diagnostics& files) {
-    files.distances.reset();
-    files.subjectPoints.reset();
-    files.referencePoints.reset();
+    closeInPlace(files.distances);
+    closeInPlace(files.subjectPoints);
+    closeInPlace(files.referencePoints);
+}
+
+void writePoint(OutputFile& file, const Point3& point) {
+    if (!file.file) return;
+    requirePrinted(std::fprintf(file.file.get(), "%lf,%lf,%lf\n", point.x, point.y, point.z), file);
 }
 
 // `distance` is squared in point to point and plain in point to plane, as measured.
 void writeDiagnostics(Diagnostics& files, double distance, const Point3& sample,
                       const Point3& partner) {
-    if (files.distances) std::fprintf(files.distances.get(), "%lf\n", distance);
-    if (files.subjectPoints) {
-        std::fprintf(files.subjectPoints.get(), "%lf,%lf,%lf\n", sample.x, sample.y, sample.z);
+    if (files.distances.file) {
+        requirePrinted(std::fprintf(files.distances.file.get(), "%lf\n", distance),
+                       files.distances);
     }
-    if (files.referencePoints) {
-        std::fprintf(files.referencePoints.get(), "%lf,%lf,%lf\n", partner.x, partner.y, partner.z);
-    }
+    writePoint(files.subjectPoints, sample);
+    writePoint(files.referencePoints, partner);
 }
 
 // What a measure gathers over the walk.
@@ -120,7 +128,7 @@ double measurePairRms(Run& run, std::span<const PointRecord> subject,
     acceptedCount = 0;
     const bool isModeFive = run.state.runMode == 5;
     Diagnostics files;
-    if (isModeFive) files = openDiagnostics();
+    if (isModeFive) files = openDiagnostics(run.state.logFile.get());
     const MeasureSums sums =
         walkAndMeasure(run, subject, reference, maxDistance, zMin, isModeFive ? &files : nullptr);
     acceptedCount = sums.acceptedCount;

@@ -1,7 +1,7 @@
 #include "run/console.h"
 
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace sorvek {
 
@@ -18,6 +18,17 @@ void reportOutOfMemory() {
 void endRun(int exitCode) {
     waitForKey();
     std::exit(exitCode);
+}
+
+void endRunOnFailedWrite(const std::string& path, int errorNumber, std::FILE* log) {
+    const char* reason = std::strerror(errorNumber);
+    std::printf("Unable to write %s: %s \n", path.c_str(), reason);
+    if (log != nullptr) {
+        // The log may sit on the same full disk; then the console line is all there is.
+        std::fprintf(log, "Unable to write %s: %s \n", path.c_str(), reason);
+        std::fflush(log);
+    }
+    endRun(1);
 }
 
 }  // namespace sorvek

@@ -5,6 +5,7 @@
 
 #include "config/option_reader.h"
 #include "run/console.h"
+#include "run/output_file.h"
 #include "run/records.h"
 #include "run/run_modes.h"
 #include "survey/scan_neighbors.h"
@@ -84,7 +85,7 @@ int runEntry(int argumentCount, char** arguments, bool resumesResults,
     run.state.rmsPhase = false;
     openLog(run.state);
     runStages(run, mode);
-    run.state.logFile.reset();
+    requireLogWritten(closeFile(run.state.logFile), run.state);
     std::printf("100 percent complete \n");
     std::printf("Press ENTER to close the program  \n");
     waitForKey();

@@ -1,5 +1,6 @@
 #include "run/program.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -28,6 +29,9 @@ void printUsage() {
 namespace sorvek {
 
 int runProgram(int argc, char** argv, void (*spreadPass)(Run& run, const std::string& path)) {
+    // A file-size limit must look like a full disk: the write fails with EFBIG and the
+    // run says which file, instead of the signal ending the process without a word.
+    std::signal(SIGXFSZ, SIG_IGN);
     if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
         printUsage();
         return 0;

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <functional>
 
-#include "batch/rotated_file_name.h"
 #include "batch/survey_job.h"
 
 namespace sorvek {
@@ -15,9 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::SurveyJob;
-using Rows = std::vector<std::vector<std::string>>;
-
-const char* const quickSolvers = "MINNUMPTS 50\nMAXITER 2\nMAXREPEAT 2\n";
+using testing::Rows;
+using testing::quickSolvers;
 
 // A .bxyz file of `count` records whose coordinates are all `value`.
 std::string recordsOf(double value, int count) {
@@ -28,8 +26,6 @@ std::string recordsOf(double value, int count) {
     for (int i = 0; i < count; ++i) file += bytes;
     return file;
 }
-
-std::string rotatedName(int scan) { return rmsPassFileName(testing::scanFile(scan)); }
 
 // The files of the job, changed in place.
 void replaceText(const fs::path& path, const std::string& from, const std::string& to) {
@@ -57,10 +53,7 @@ protected:
 
     // A copy of the clean job, with the results of its runs in modes 1 and 2.
     static SurveyJob copyOfClean(const std::string& label) {
-        SurveyJob job = *clean;
-        job.dir = testing::makeScratchDir(label);
-        fs::copy(clean->dir, job.dir, fs::copy_options::recursive);
-        return job;
+        return testing::copyJob(*clean, label);
     }
 
     static SurveyJob* clean;
@@ -144,8 +137,8 @@ TEST_F(BadInput, RotationStageKeepsEveryScanTheDamageDoesNotReach) {
          "4 has no rotations, so the rotation will not be performed \n", {1, 2}},
         {"rotated-file-uncreatable",
          [](const fs::path& dir) {
-             fs::remove(dir / rotatedName(3));
-             fs::create_directory(dir / rotatedName(3));
+             fs::remove(dir / testing::rotatedScanFile(3));
+             fs::create_directory(dir / testing::rotatedScanFile(3));
          },
          "Unable to create job_003_001_S003._rot.txt", {1, 2, 4}},
     };
@@ -154,15 +147,15 @@ TEST_F(BadInput, RotationStageKeepsEveryScanTheDamageDoesNotReach) {
         const SurveyJob job = copyOfClean(c.name);
         c.apply(job.dir);
         // The kept files are written anew, not left from the clean run.
-        for (int scan : c.keptScans) fs::remove(job.dir / rotatedName(scan));
+        for (int scan : c.keptScans) fs::remove(job.dir / testing::rotatedScanFile(scan));
         const testing::SessionResult result = testing::runMode(job, 2, quickSolvers);
         EXPECT_NE(result.out.find(c.expectedOut), std::string::npos);
         EXPECT_EQ(result.exitCode, 0);
         for (int scan : c.keptScans) {
             SCOPED_TRACE(scan);
-            const std::string rotated = testing::readFile(job.dir / rotatedName(scan));
+            const std::string rotated = testing::readFile(job.dir / testing::rotatedScanFile(scan));
             EXPECT_FALSE(rotated.empty());
-            EXPECT_EQ(rotated, testing::readFile(clean->dir / rotatedName(scan)));
+            EXPECT_EQ(rotated, testing::readFile(clean->dir / testing::rotatedScanFile(scan)));
         }
         fs::remove_all(job.dir);
     }

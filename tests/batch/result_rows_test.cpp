@@ -20,8 +20,8 @@ template <typename Write>
 std::string resultFileText(ResultFileKind kind, Write write) {
     const std::filesystem::path dir = testing::makeScratchDir("result-rows");
     {
-        FileHandle file = createResultFile((dir / "rows.csv").string(), kind);
-        write(file.get());
+        OutputFile file = createResultFile((dir / "rows.csv").string(), kind, nullptr);
+        write(file);
     }
     std::string text = testing::readFile(dir / "rows.csv");
     std::filesystem::remove_all(dir);
@@ -29,12 +29,12 @@ std::string resultFileText(ResultFileKind kind, Write write) {
 }
 
 TEST(ResultRows, HeadLinesAndTheRmsRow) {
-    const auto nothing = [](std::FILE*) {};
+    const auto nothing = [](OutputFile&) {};
     EXPECT_EQ(resultFileText(ResultFileKind::registration, nothing), registrationHead);
     EXPECT_EQ(resultFileText(ResultFileKind::siteRms, nothing),
               "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n");
     const RmsRow row{3, 2, 0.012, 1500, 0.0135, 1400, 0.0127, 15.25, 7.5};
-    EXPECT_EQ(resultFileText(ResultFileKind::lineRms, [&](std::FILE* file) { writeRmsRow(file, row); }),
+    EXPECT_EQ(resultFileText(ResultFileKind::lineRms, [&](OutputFile& file) { writeRmsRow(file, row); }),
               "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n"
               "3,2,0.012000,1500,0.013500,1400,0.012700,15.250000,7.500000\n");
 }
@@ -54,7 +54,7 @@ TEST(ResultRows, RotationRowOnlyWhenTheSolverBeatsTheInitialRms) {
         SCOPED_TRACE(c.label);
         const RegistrationRow row{12, 13, 0.7312, -0.4021, c.solverRms, c.initialRms, 1834, 7};
         EXPECT_EQ(resultFileText(ResultFileKind::registration,
-                                 [&](std::FILE* file) { writeRegistrationRow(file, row); }),
+                                 [&](OutputFile& file) { writeRegistrationRow(file, row); }),
                   std::string(registrationHead) + c.row);
     }
 }

@@ -33,7 +33,7 @@ TEST(PairCapture, StandardStreamsLogAndRowsComeBackWhereTheyBelongInTheOrderWrit
     std::fprintf(stderr, "%i points successfully loaded! \n", 12);
     std::printf("Percent Complete %f \r", 12.5);
     std::fprintf(capture.log.get(), "Unable to open files: a \n");
-    std::fprintf(capture.rows.get(), "1,2,0.1\n");
+    std::fprintf(capture.rows.file.get(), "1,2,0.1\n");
     std::printf("done\n");
     const int key = std::getchar();  // a capture's input is always at its end
     restoreStandardStreams(saved);
@@ -49,7 +49,8 @@ TEST(PairCapture, StandardStreamsLogAndRowsComeBackWhereTheyBelongInTheOrderWrit
         errors = writtenText([&](std::FILE* errorFile) {
             log = writtenText([&](std::FILE* logFile) {
                 rows = writtenText([&](std::FILE* rowFile) {
-                    EXPECT_TRUE(replayCapturedText(framed, {consoleFile, errorFile, logFile, rowFile}));
+                    EXPECT_EQ(replayCapturedText(framed, {consoleFile, errorFile, logFile, rowFile}),
+                              ReplayOutcome::written);
                 });
             });
         });
@@ -64,18 +65,25 @@ TEST(PairCapture, StandardStreamsLogAndRowsComeBackWhereTheyBelongInTheOrderWrit
     EXPECT_LT(framed.find("successfully"), framed.find("Percent"));
 }
 
-TEST(PairCapture, ReplayRefusesTextCutShortOrOfNoChannel) {
+TEST(PairCapture, ReplayRefusesDamagedTextAndTellsWhichFileFailed) {
     PairCapture capture;
     ASSERT_TRUE(openPairCapture(capture));
-    std::fprintf(capture.rows.get(), "1,2\n");
+    std::fprintf(capture.log.get(), "Unable to open files: a \n");
+    std::fprintf(capture.rows.file.get(), "1,2\n");
     const std::string framed = takeCapturedText(capture);
     const CaptureTargets nowhere{nullptr, nullptr, nullptr, nullptr};
-    EXPECT_TRUE(replayCapturedText(framed, nowhere));
-    EXPECT_FALSE(replayCapturedText(framed.substr(0, framed.size() - 1), nowhere));
-    EXPECT_FALSE(replayCapturedText(framed.substr(0, 3), nowhere));
+    EXPECT_EQ(replayCapturedText(framed, nowhere), ReplayOutcome::written);
+    EXPECT_EQ(replayCapturedText(framed.substr(0, framed.size() - 1), nowhere), ReplayOutcome::damaged);
+    EXPECT_EQ(replayCapturedText(framed.substr(0, 3), nowhere), ReplayOutcome::damaged);
     std::string wrongChannel = framed;
     wrongChannel[0] = 'x';
-    EXPECT_FALSE(replayCapturedText(wrongChannel, nowhere));
+    EXPECT_EQ(replayCapturedText(wrongChannel, nowhere), ReplayOutcome::damaged);
+    // A full disk: /dev/full takes nothing once its buffer is flushed.
+    const FileHandle full(std::fopen("/dev/full", "w"));
+    ASSERT_TRUE(full);
+    std::setvbuf(full.get(), nullptr, _IONBF, 0);
+    EXPECT_EQ(replayCapturedText(framed, {nullptr, nullptr, nullptr, full.get()}), ReplayOutcome::rowsFailed);
+    EXPECT_EQ(replayCapturedText(framed, {nullptr, nullptr, full.get(), nullptr}), ReplayOutcome::logFailed);
 }
 
 TEST(SpreadMessages, JobTaskAndResultComeBackFieldForField) {

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "batch/rotated_file_name.h"
 #include "support/sorvek_session.h"
 #include "synth/synth.h"
 
@@ -42,6 +43,14 @@ inline SurveyJob makeSurveyJob(const std::string& label, const synth::SurveySpec
     return job;
 }
 
+// A copy of `job` with everything its runs left, in a fresh folder named after `label`.
+inline SurveyJob copyJob(const SurveyJob& job, const std::string& label) {
+    SurveyJob copy = job;
+    copy.dir = makeScratchDir(label);
+    std::filesystem::copy(job.dir, copy.dir, std::filesystem::copy_options::recursive);
+    return copy;
+}
+
 // The generator's line (or site) of `scans` set-ups with a fixed seed.
 inline synth::SurveySpec smallSpec(const std::string& layout, const std::string& direction,
                                    std::int32_t scans, std::int64_t points) {
@@ -66,8 +75,10 @@ inline SessionResult runMode(const SurveyJob& job, int mode, const std::string& 
     return result;
 }
 
+using Rows = std::vector<std::vector<std::string>>;
+
 // The fields of every line after the head line.
-inline std::vector<std::vector<std::string>> readRows(const std::filesystem::path& path) {
+inline Rows readRows(const std::filesystem::path& path) {
     std::vector<std::vector<std::string>> rows;
     std::istringstream in(readFile(path));
     std::string line;
@@ -108,6 +119,13 @@ inline std::string scanFile(int id) {
     const std::string digit = std::to_string(id);
     return "job_00" + digit + "_001_S00" + digit + ".bxyz";
 }
+
+// The rotated text file the rotation stage writes for scan `id` of the job "job".
+inline std::string rotatedScanFile(int id) { return rmsPassFileName(scanFile(id)); }
+
+// Solvers cut short with a low sample floor: enough for every stage of a small job to
+// run and write its rows, not to converge.
+inline const char* const quickSolvers = "MINNUMPTS 50\nMAXITER 2\nMAXREPEAT 2\n";
 
 // The log a run leaves for the pairs of scans (first, second) that could not be read.
 inline std::string failedPairLog(std::initializer_list<std::pair<int, int>> pairs) {

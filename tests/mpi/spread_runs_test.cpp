@@ -23,7 +23,7 @@ using testing::SurveyJob;
 // few cores the machine has. The sanitizer build passes over what Open MPI keeps
 // allocated to the end (see openmpi_leaks.supp); the default build ignores the setting.
 std::string launcher(int rankCount) {
-    std::string command = "OMPI_MCA_mca_base_component_disable_dlclose=1 "
+    std::string command = "env OMPI_MCA_mca_base_component_disable_dlclose=1 "
                           "LSAN_OPTIONS=suppressions=" SORVEK_SOURCE_DIR
                           "/tests/mpi/openmpi_leaks.supp:fast_unwind_on_malloc=0:"
                           "print_suppressions=0 mpirun --oversubscribe ";
@@ -35,8 +35,8 @@ SessionResult runSpread(const SurveyJob& job, int mode, const std::string& optio
                         const std::vector<std::string>& flags = {}) {
     std::vector<std::string> args = flags;
     args.push_back(job.name + ".txt");
-    return testing::runBinary(SORVEK_MPI_BINARY, job.dir, args, std::to_string(mode) + "\n\n\n",
-                              job.baseOptions + options, launcher(3));
+    return testing::runLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir, args,
+                                std::to_string(mode) + "\n\n\n", job.baseOptions + options);
 }
 
 // Runs `mode` with sorvek, then with sorvek-mpi on three ranks, and compares everything.
@@ -107,18 +107,9 @@ std::size_t lineCount(const std::string& text) {
 // Starts sorvek-mpi on three ranks in the background, waits for `rowsBeforeKill` rows,
 // kills rank 2 and returns mpirun's exit status.
 int runAndKillARank(const SurveyJob& job, const std::string& options, std::size_t rowsBeforeKill) {
-    testing::writeFile(job.dir / "bin" / "sorvek.txt", job.baseOptions + options);
-    std::filesystem::remove(job.dir / "bin" / "sorvek");
-    std::filesystem::create_symlink(SORVEK_MPI_BINARY, job.dir / "bin" / "sorvek");
-    testing::writeFile(job.dir / "stdin.txt", "6\n\n\n");
     std::filesystem::remove(job.dir / "jobreg.csv");
-    const pid_t launcherPid = fork();
-    if (launcherPid == 0) {
-        const std::string command = "cd '" + job.dir.string() + "' && exec env " + launcher(3) +
-                                    "./bin/sorvek job.txt < stdin.txt > out.txt 2> err.txt";
-        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
-        _exit(127);
-    }
+    const pid_t launcherPid = testing::startLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir,
+                                                     {"job.txt"}, "6\n\n\n", job.baseOptions + options);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
     pid_t victim = -1;
     while (std::chrono::steady_clock::now() < deadline) {
@@ -134,6 +125,7 @@ int runAndKillARank(const SurveyJob& job, const std::string& options, std::size_
     EXPECT_GT(victim, 0) << "rank 2 was not found while the job ran";
     int status = 0;
     waitpid(launcherPid, &status, 0);
+    testing::finishSorvek(job.dir, status);
     return status;
 }
 

@@ -42,15 +42,15 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
     out << contents;
 }
 
-SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
-                        const std::string& stdinText, const std::optional<std::string>& optionText,
-                        const std::string& shellPrefix) {
-    return runBinary(SORVEK_BINARY, workDir, args, stdinText, optionText, shellPrefix);
-}
+namespace {
 
-SessionResult runBinary(const std::filesystem::path& binary, const std::filesystem::path& workDir,
-                        const std::vector<std::string>& args, const std::string& stdinText,
-                        const std::optional<std::string>& optionText, const std::string& shellPrefix) {
+// Puts the program and its option file into workDir/bin and the input beside them, and
+// returns the shell command of the run, which ends in the program itself (or in the
+// launcher that starts it).
+std::string prepareRun(const std::filesystem::path& binary, const std::filesystem::path& workDir,
+                       const std::vector<std::string>& args, const std::string& stdinText,
+                       const std::optional<std::string>& optionText,
+                       const std::string& shellPrefix, const std::string& launcher) {
     namespace fs = std::filesystem;
     const fs::path binDir = workDir / "bin";
     fs::create_directories(binDir);
@@ -60,11 +60,50 @@ SessionResult runBinary(const std::filesystem::path& binary, const std::filesyst
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
     writeFile(workDir / ".stdin", stdinText);
 
-    std::string command = "cd " + quoted(workDir.string()) + " && " + shellPrefix + "./bin/sorvek";
+    std::string command =
+        "cd " + quoted(workDir.string()) + " && " + shellPrefix + "exec " + launcher + "./bin/sorvek";
     for (const std::string& arg : args) command += " " + quoted(arg);
-    command += " < .stdin > .stdout 2> .stderr";
-    const int status = std::system(command.c_str());
+    return command + " < .stdin > .stdout 2> .stderr";
+}
 
+}  // namespace
+
+SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                        const std::string& stdinText, const std::optional<std::string>& optionText,
+                        const std::string& shellPrefix) {
+    const std::string command =
+        prepareRun(SORVEK_BINARY, workDir, args, stdinText, optionText, shellPrefix, "");
+    return finishSorvek(workDir, std::system(command.c_str()));
+}
+
+SessionResult runLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                          const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                          const std::string& stdinText, const std::optional<std::string>& optionText) {
+    const std::string command =
+        prepareRun(binary, workDir, args, stdinText, optionText, "", launcher);
+    return finishSorvek(workDir, std::system(command.c_str()));
+}
+
+pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                  const std::string& stdinText, const std::optional<std::string>& optionText) {
+    return startLaunched("", SORVEK_BINARY, workDir, args, stdinText, optionText);
+}
+
+pid_t startLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                    const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                    const std::string& stdinText, const std::optional<std::string>& optionText) {
+    const std::string command =
+        prepareRun(binary, workDir, args, stdinText, optionText, "", launcher);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    return pid;
+}
+
+SessionResult finishSorvek(const std::filesystem::path& workDir, int status) {
+    namespace fs = std::filesystem;
     SessionResult result;
     result.out = readFile(workDir / ".stdout");
     result.err = readFile(workDir / ".stderr");

@@ -1,6 +1,8 @@
 #pragma once
 // Runs of the real sorvek binary in scratch folders, for end-to-end tests built in code.
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -30,11 +32,27 @@ SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<
                         const std::optional<std::string>& optionText = std::nullopt,
                         const std::string& shellPrefix = "");
 
-// The same with another program in the place of sorvek (sorvek-mpi), still started as
-// ./bin/sorvek: `shellPrefix` may be a launcher such as "mpirun -np 3 ".
-SessionResult runBinary(const std::filesystem::path& binary, const std::filesystem::path& workDir,
-                        const std::vector<std::string>& args, const std::string& stdinText,
-                        const std::optional<std::string>& optionText = std::nullopt,
-                        const std::string& shellPrefix = "");
+// Starts the same run without waiting for it and returns the program's process id (the
+// shell replaces itself with the program), or -1. Collect it with waitpid and then
+// finishSorvek, which reads what the run printed from the status waitpid gave.
+pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                  const std::string& stdinText,
+                  const std::optional<std::string>& optionText = std::nullopt);
+
+SessionResult finishSorvek(const std::filesystem::path& workDir, int status);
+
+// The same two with another program in sorvek's place (sorvek-mpi), still started as
+// ./bin/sorvek, through `launcher`: a command that ends in a blank and runs the program
+// with its arguments after it, such as "mpirun -np 3 ". The process waited for is the
+// launcher's.
+SessionResult runLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                          const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                          const std::string& stdinText,
+                          const std::optional<std::string>& optionText = std::nullopt);
+
+pid_t startLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                    const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                    const std::string& stdinText,
+                    const std::optional<std::string>& optionText = std::nullopt);
 
 }  // namespace sorvek::testing

@@ -8,6 +8,7 @@
 
 #include <mpi.h>
 
+#include <cerrno>
 #include <condition_variable>
 #include <cstdlib>
 #include <mutex>
@@ -53,12 +54,15 @@ struct SpreadPass {
     std::vector<PairFate> fates{};    // per planned pair
     PairLedger ledger{};              // the pairs to do
     PassCursor cursor{};              // what is written so far
+    OutputFile resultFile{};          // the pass's result file
     CaptureTargets targets{};         // the real console, the log and the result file
     std::FILE* input = nullptr;     // the real standard input
     std::vector<int> idleRanks{};     // ranks waiting for a task
     int stoppedRanks = 0;           // ranks whose pair ended the run
     bool isThreadIdle = true;       // the owner's thread waits for a task
+    bool hasThreadEnded = false;    // the owner's thread computed a pair that ended the run
     Mailbox mailbox{};                // between the owner and its thread
+    std::jthread ownThread{};         // the owner's thread, while the pass runs
 };
 
 PassKind passKindOf(const Run& run) {
@@ -131,15 +135,41 @@ void runOwnThread(std::stop_token stop, Mailbox& mailbox, PairWorker& worker) {
     std::_Exit(exitCode);
 }
 
-void writePairResult(SpreadPass& pass, const PairResult& result) {
-    const bool isWritten = replayCapturedText(result.captured, pass.targets);
-    std::fflush(pass.targets.rows);
-    if (pass.targets.log != nullptr) std::fflush(pass.targets.log);
-    std::fflush(pass.targets.console);
-    if (!isWritten) {
-        std::fprintf(pass.targets.console, "Unable to write the results of a pair \n");
-        endSpreadRun(pass, 1, true);
+// Before the run can end through its usual doors, which print to the standard streams,
+// the owner's thread must have given them back: it finishes the pair in hand and stops.
+// A thread whose pair ended the run gave them back before it handed that pair on.
+void stopOwnThread(SpreadPass& pass) {
+    const int errorNumber = errno;  // the reason of a failed write, for the message
+    if (!pass.hasThreadEnded && pass.ownThread.joinable()) {
+        pass.ownThread.request_stop();
+        pass.ownThread.join();
     }
+    errno = errorNumber;
+}
+
+void writePairResult(SpreadPass& pass, const PairResult& result) {
+    switch (replayCapturedText(result.captured, pass.targets)) {
+    case ReplayOutcome::written: break;
+    case ReplayOutcome::damaged:
+        std::fprintf(pass.targets.errors, "sorvek-mpi: the text of a pair arrived damaged\n");
+        MPI_Abort(MPI_COMM_WORLD, 1);
+        break;
+    case ReplayOutcome::rowsFailed:
+        stopOwnThread(pass);
+        failOutput(pass.resultFile);
+    case ReplayOutcome::logFailed:
+        stopOwnThread(pass);
+        requireLogWritten(false, pass.run.state);
+    }
+    if (std::fflush(pass.targets.rows) != 0) {
+        stopOwnThread(pass);
+        failOutput(pass.resultFile);
+    }
+    if (pass.targets.log != nullptr && std::fflush(pass.targets.log) != 0) {
+        stopOwnThread(pass);
+        requireLogWritten(false, pass.run.state);
+    }
+    std::fflush(pass.targets.console);
     pass.cursor.turnSeconds += result.seconds;
     if (!result.isDone) pass.cursor.turnFailed = true;
     switch (result.ending) {
@@ -239,6 +269,7 @@ bool collectResults(SpreadPass& pass) {
     if (own) {
         hasCollected = true;
         pass.isThreadIdle = own->ending == RunEnding::none;
+        pass.hasThreadEnded = !pass.isThreadIdle;
         recordResult(pass.ledger, std::move(*own));
     }
     while (const std::optional<Message> message = pollMessage(-1)) {
@@ -280,6 +311,7 @@ void endPassOnRanks(SpreadPass& pass) {
 
 void runSpreadPass(Run& run, const std::string& path) {
     const std::time_t passStart = wallClockNow();
+    PairWorker ownWorker;  // outlives the pass, whose thread computes with it
     SpreadPass pass{run, passKindOf(run)};
     pass.turns = planPass(run, pass.kind);
     const std::vector<PlannedPair> planned = pairsOf(pass.turns);
@@ -288,7 +320,8 @@ void runSpreadPass(Run& run, const std::string& path) {
     pass.ledger = startLedger(pairsToDo(planned, pass.fates),
                               run.state.pairsDone + passFile.keptRowCount,
                               pass.kind == PassKind::siteRegistration);
-    pass.targets = {stdout, stderr, run.state.logFile.get(), passFile.file.get()};
+    pass.resultFile = std::move(passFile.file);
+    pass.targets = {stdout, stderr, run.state.logFile.get(), pass.resultFile.file.get()};
     pass.input = stdin;
 
     const JobSetup setup = jobSetupOf(run, pass.kind);
@@ -296,15 +329,13 @@ void runSpreadPass(Run& run, const std::string& path) {
     for (int rank = 0; rank < rankCount(); ++rank) {
         if (rank != ownerRank) sendMessage(rank, MessageTag::job, job);
     }
-    PairWorker ownWorker;
     if (!startPairWorker(ownWorker, setup)) throw std::bad_alloc();
-    {
-        std::jthread ownThread(runOwnThread, std::ref(pass.mailbox), std::ref(ownWorker));
-        coordinate(pass);
-    }
+    pass.ownThread = std::jthread(runOwnThread, std::ref(pass.mailbox), std::ref(ownWorker));
+    coordinate(pass);
+    stopOwnThread(pass);
     endPassOnRanks(pass);
     run.state.pairsDone = pass.ledger.pairsDoneAtStart + pass.ledger.finishedWritten;
-    passFile.file.reset();
+    closeInPlace(pass.resultFile);
     std::printf("\n");
     if (pass.kind != PassKind::lineEvaluation) {
         printTotalTime(stdout, pass.kind == PassKind::siteEvaluation, secondsSince(passStart));

@@ -83,6 +83,33 @@ TEST(SpreadRuns, AnUnreadableScanLeavesTheSameRowsLogAndProgressFigures) {
     std::filesystem::remove_all(site.dir);
 }
 
+// A file-size limit is a disk that fills up in the middle of the pass. Rank 0 must tell
+// it on the real console although its computing thread has the standard streams, and
+// end as one process does. Shared memory between the ranks needs files far above the
+// limit, so the ranks talk over TCP here.
+TEST(SpreadRuns, AFailedRowWriteEndsTheRunAsInOneProcess) {
+    const SurveyJob site = testing::makeSurveyJob("spread-full", testing::smallSpec("site", "north", 9, 3000));
+    const std::string options = "GPSMAXDIST 25\n";
+    const std::string limit = "prlimit --fsize=300 ";
+    const SessionResult alone = testing::runLaunched(limit, SORVEK_BINARY, site.dir, {"job.txt"},
+                                                     "7\n\n\n", site.baseOptions + options);
+    const std::string aloneRows = testing::readFile(site.dir / "jobrms.csv");
+    const std::string aloneLog = testing::readFile(site.dir / "joblog.txt");
+    const SessionResult spread = testing::runLaunched(
+        launcher(3) + "--mca btl self,tcp " + limit, SORVEK_MPI_BINARY, site.dir, {"job.txt"},
+        "7\n\n\n", site.baseOptions + options);
+    EXPECT_EQ(alone.exitCode, 1);
+    EXPECT_EQ(spread.exitCode, 1);
+    const std::string message = "Unable to write jobrms.csv: File too large \n";
+    EXPECT_EQ(aloneRows.size(), 300U);
+    EXPECT_EQ(testing::readFile(site.dir / "jobrms.csv"), aloneRows);
+    EXPECT_EQ(testing::readFile(site.dir / "joblog.txt"), aloneLog);
+    EXPECT_TRUE(aloneLog.ends_with(message));
+    ASSERT_GE(spread.out.size(), message.size());
+    EXPECT_EQ(spread.out.substr(spread.out.size() - message.size()), message);
+    std::filesystem::remove_all(site.dir);
+}
+
 // The rank of `rank` among the children of `launcherPid`, or -1.
 pid_t childWithRank(pid_t launcherPid, int rank) {
     const std::string wanted = "OMPI_COMM_WORLD_RANK=" + std::to_string(rank);

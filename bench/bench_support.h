@@ -1,11 +1,9 @@
 #pragma once
-// What both benchmark programs share: stage messages kept out of the report while a pair
-// is prepared or timed, and a main that builds one synthetic pair per size before it runs
-// the benchmarks registered for them.
+// What both benchmark programs share: the street pair they time, and a main that builds
+// one synthetic pair per size before it runs the benchmarks registered for them. Stage
+// messages are kept out of the report with QuietConsole while a pair is prepared or timed.
 
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -16,30 +14,6 @@
 #include "synth/synth.h"
 
 namespace sorvek::bench {
-
-struct SilencedOutput {
-    int savedOut = -1;
-    int savedErr = -1;
-};
-
-// Both streams go to /dev/null until restore: the readers talk on standard error too.
-inline SilencedOutput silence() {
-    std::fflush(stdout);
-    SilencedOutput saved{dup(1), dup(2)};
-    const int devNull = open("/dev/null", O_WRONLY);
-    dup2(devNull, 1);
-    dup2(devNull, 2);
-    close(devNull);
-    return saved;
-}
-
-inline void restore(const SilencedOutput& saved) {
-    std::fflush(stdout);
-    dup2(saved.savedOut, 1);
-    dup2(saved.savedErr, 2);
-    close(saved.savedOut);
-    close(saved.savedErr);
-}
 
 // Two neighbouring scans of a generated street, 15 m apart, the same scene in every run:
 // their set-ups and their clouds in the scanner frame.

@@ -15,17 +15,19 @@
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
 #include "points/transforms.h"
+#include "points/work_cloud.h"
 #include "registration/pair_measure.h"
+#include "output/overlap_image.h"
+#include "output/png_image.h"
+#include "output/report_measure.h"
 #include "registration/rotation_estimator.h"
+#include "run/quiet_console.h"
 #include "bench_support.h"
 #include "synth/synth.h"
 
 namespace {
 
 using namespace sorvek;
-using bench::restore;
-using bench::silence;
-using bench::SilencedOutput;
 
 // One pair in every state the stages start from, built once before timing.
 struct BenchPair {
@@ -41,6 +43,8 @@ struct BenchPair {
     CloudBounds overlap;               // the box both clouds share
     Cloud firstSorted;                 // assigned and sorted on the pair's grid
     Cloud secondSorted;
+    WorkCloud firstWork;               // the sorted clouds as the walk reads them
+    WorkCloud secondWork;
     std::filesystem::path bxyzPath;    // the first cloud as a .bxyz file
 };
 
@@ -75,8 +79,10 @@ std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     const double zMin = pair->run.options.ZMIN;
     assignCubes(pair->run, pair->firstSorted, pair->overlap, zMin);
     assignCubes(pair->run, pair->secondSorted, pair->overlap, zMin);
-    sortByCube(pair->firstSorted, pair->run.pair.buffers.sortScratch);
-    sortByCube(pair->secondSorted, pair->run.pair.buffers.sortScratch);
+    sortByCube(pair->run, pair->firstSorted);
+    sortByCube(pair->run, pair->secondSorted);
+    copySorted(pair->firstSorted, pair->run.state.cubeCount, pair->firstWork);
+    copySorted(pair->secondSorted, pair->run.state.cubeCount, pair->secondWork);
     pair->bxyzPath = std::filesystem::temp_directory_path() /
                      ("sorvek-bench-" + std::to_string(pointsPerCloud) + ".bxyz");
     writeBxyz(pair->bxyzPath, pair->firstRaw);
@@ -89,13 +95,14 @@ void countPoints(benchmark::State& state, std::size_t pointsPerCall) {
 
 void benchRead(benchmark::State& state, BenchPair& pair) {
     Cloud cloud;
-    const SilencedOutput saved = silence();
-    readBinaryPoints(pair.bxyzPath.string(), cloud);  // the cloud's pages, touched once
-    for (auto _ : state) {
-        readBinaryPoints(pair.bxyzPath.string(), cloud);
-        benchmark::DoNotOptimize(cloud.data());
+    {
+        const QuietConsole quiet;
+        readBinaryPoints(pair.bxyzPath.string(), cloud);  // the cloud's pages, touched once
+        for (auto _ : state) {
+            readBinaryPoints(pair.bxyzPath.string(), cloud);
+            benchmark::DoNotOptimize(cloud.data());
+        }
     }
-    restore(saved);
     countPoints(state, cloud.size());
 }
 
@@ -138,22 +145,38 @@ void benchSort(benchmark::State& state, BenchPair& pair, bool alsoAssign) {
     Cloud assigned = pair.first;
     assignCubes(pair.run, assigned, pair.overlap, pair.run.options.ZMIN);
     Cloud cloud = assigned;
-    Cloud& scratch = pair.run.pair.buffers.sortScratch;
     for (auto _ : state) {
         state.PauseTiming();
         std::copy(assigned.begin(), assigned.end(), cloud.begin());
         state.ResumeTiming();
         if (alsoAssign) assignCubes(pair.run, cloud, pair.overlap, pair.run.options.ZMIN);
-        sortByCube(cloud, scratch);
+        sortByCube(pair.run, cloud);
         benchmark::DoNotOptimize(cloud.data());
     }
     countPoints(state, cloud.size());
 }
 
+// A solver's pass over the second cloud: the turn, its bounds and cubes under the last
+// grid, then the turned points placed in cube order.
+void benchTurnAndPlace(benchmark::State& state, BenchPair& pair, bool alsoPlace) {
+    const Turn turn = turnAbout(0.001, pair.pivotX, pair.pivotY);
+    const CubeGrid grid = layCubeGrid(pair.run.options, pair.overlap, pair.run.options.ZMIN);
+    CubeOrderScratch scratch;
+    WorkCloud cloud;
+    turnedBounds(pair.run, pair.second, turn, grid, scratch);
+    placeTurned(pair.run, pair.second, turn, grid, scratch, cloud);  // warm, as in a solver
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(turnedBounds(pair.run, pair.second, turn, grid, scratch));
+        if (alsoPlace) placeTurned(pair.run, pair.second, turn, grid, scratch, cloud);
+        benchmark::DoNotOptimize(cloud.x.data());
+    }
+    countPoints(state, pair.second.size());
+}
+
 void benchMeasure(benchmark::State& state, BenchPair& pair) {
     std::int32_t accepted = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(measurePairRms(pair.run, pair.secondSorted, pair.firstSorted,
+        benchmark::DoNotOptimize(measurePairRms(pair.run, pair.secondWork, pair.firstWork,
                                                 pair.run.options.MAXDISTINITIAL, accepted,
                                                 pair.run.options.ZMIN));
     }
@@ -165,13 +188,27 @@ void benchEstimate(benchmark::State& state, BenchPair& pair) {
     std::int32_t accepted = 0;
     double rotation = 0.0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(estimateRotation(pair.run, pair.secondSorted, pair.firstSorted,
+        benchmark::DoNotOptimize(estimateRotation(pair.run, pair.secondWork, pair.firstWork,
                                                   pair.run.options.MAXDISTINITIAL, 0.0, accepted,
                                                   rotation, pair.pivotX, pair.pivotY,
                                                   pair.run.options.ZMIN));
     }
     countPoints(state, pair.secondSorted.size());
     state.counters["accepted"] = accepted;
+}
+
+// One overlap picture of the report: both clouds drawn over the pair's common box and
+// packed as a PNG.
+void benchPicture(benchmark::State& state, BenchPair& pair) {
+    const PlanWindow window = planWindowOver(pair.overlap, overlapPictureSide);
+    std::size_t pngBytes = 0;
+    for (auto _ : state) {
+        const std::string png = encodePng(drawOverlap(pair.first, pair.second, window));
+        pngBytes = png.size();
+        benchmark::DoNotOptimize(png.data());
+    }
+    countPoints(state, pair.first.size() + pair.second.size());
+    state.counters["pngBytes"] = static_cast<double>(pngBytes);
 }
 
 void registerStages(BenchPair& pair) {
@@ -188,8 +225,11 @@ void registerStages(BenchPair& pair) {
     add("assign", benchAssign);
     add("sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, false); });
     add("assign+sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, true); });
+    add("turnedBounds", [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, false); });
+    add("turnedBounds+place", [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, true); });
     add("measure", benchMeasure);
     add("estimate", benchEstimate);
+    add("picture", benchPicture);
 }
 
 }  // namespace

@@ -17,15 +17,13 @@
 #include "registration/pair_measures.h"
 #include "registration/partial_least_squares.h"
 #include "registration/ping_pong.h"
+#include "run/quiet_console.h"
 #include "bench_support.h"
 #include "synth/synth.h"
 
 namespace {
 
 using namespace sorvek;
-using bench::restore;
-using bench::silence;
-using bench::SilencedOutput;
 
 constexpr double headingErrorDeg = 0.5;  // written into the second scan's row
 
@@ -62,9 +60,10 @@ std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
     run.pair.secondIndex = 1;
     run.pair.firstPath = run.state.scans[0].fileName;
     run.pair.secondPath = run.state.scans[1].fileName;
-    const SilencedOutput saved = silence();
-    prepareScanPair(run);
-    restore(saved);
+    {
+        const QuietConsole quiet;
+        prepareScanPair(run);
+    }
     return pair;
 }
 
@@ -76,14 +75,14 @@ struct CountedMeasures {
     PairMeasures calls() {
         const PairMeasures real = standardPairMeasures();
         PairMeasures counted;
-        counted.measure = [this, real](Run& run, std::span<const PointRecord> subject,
-                                       std::span<const PointRecord> reference, double maxDistance,
+        counted.measure = [this, real](Run& run, const WorkCloud& subject,
+                                       const WorkCloud& reference, double maxDistance,
                                        std::int32_t& accepted, double zMin) {
             ++measures;
             return real.measure(run, subject, reference, maxDistance, accepted, zMin);
         };
-        counted.estimate = [this, real](Run& run, std::span<const PointRecord> subject,
-                                        std::span<const PointRecord> reference, double maxDistance,
+        counted.estimate = [this, real](Run& run, const WorkCloud& subject,
+                                        const WorkCloud& reference, double maxDistance,
                                         double minDistance, std::int32_t& accepted,
                                         double& rotationOut, double pivotX, double pivotY,
                                         double zMin) {
@@ -125,11 +124,12 @@ void benchSolver(benchmark::State& state, BenchPair& pair, SolverKind kind) {
             scan.northRotation = noRotation;
             scan.southRotation = noRotation;
         }
-        const SilencedOutput saved = silence();
-        state.ResumeTiming();
-        rms = solveWith(kind, pair.run, calls, firstDeg, secondDeg);
-        state.PauseTiming();
-        restore(saved);
+        {
+            const QuietConsole quiet;
+            state.ResumeTiming();
+            rms = solveWith(kind, pair.run, calls, firstDeg, secondDeg);
+            state.PauseTiming();
+        }
         state.ResumeTiming();
     }
     const double calls_made = static_cast<double>(counter.measures + counter.estimates);

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The main job on a demo survey: builds sorvek and the survey generator, makes a line of
 # six street scans whose database headings are off by known errors, measures the misfit
-# of each neighbouring pair, runs mode 4 (register, rotate, measure again) unattended,
-# and compares what sorvek did with the truth.
+# of each neighbouring pair, runs mode 4 (register, rotate, measure again) unattended
+# with a report page, and compares what sorvek did with the truth.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -25,12 +25,12 @@ ln -s "$OLDPWD/build/default/sorvek" before/sorvek
 ln -s "$OLDPWD/build/default/sorvek" bin/sorvek
 
 echo "Measuring the misfit of each neighbouring pair as surveyed (mode 3)..."
-printf '3\n\n\n' | ./before/sorvek demo.txt > before.log 2>&1
+./before/sorvek --mode 3 --yes demo.txt < /dev/null > before.log 2>&1
 mv demorms.csv demorms-before.csv
-echo "Registering, rotating and measuring again (mode 4)..."
+echo "Registering, rotating and measuring again (mode 4), then writing the report..."
 start=$(date +%s)
-printf '4\n\n\n' | ./bin/sorvek demo.txt > run.log 2>&1
-echo "Mode 4 took $(( $(date +%s) - start )) s; console output in $job/run.log, log in $job/demolog.txt."
+./bin/sorvek --mode 4 --yes --report report.html demo.txt < /dev/null > run.log 2> run-errors.log
+echo "Mode 4 and its report took $(( $(date +%s) - start )) s; console output in $job/run.log, log in $job/demolog.txt."
 echo
 
 awk -F, '
@@ -63,3 +63,6 @@ awk -F, '
     printf "Verdict: %d of %d pairs fit better after alignment; mean heading error %.3f deg before, %.3f deg after.\n",
       improved, pairs, sumError / count, sumLeft / count
   }' demorms-before.csv demorms.csv demorot.csv demo_truth.csv
+echo
+echo "The report with the plan, the RMS of each pair and pictures of each overlap before and"
+echo "after alignment: open $job/report.html in a web browser (file://$PWD/report.html)."

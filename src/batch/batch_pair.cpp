@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <span>
 
+#include "points/work_cloud.h"
 #include "registration/iterative_search.h"
 #include "registration/pair_measure.h"
 #include "registration/partial_least_squares.h"
@@ -70,8 +71,13 @@ RmsRow evaluatePreparedPair(Run& run, double spacing) {
     const double maxDistance = run.options.MAXDISTFINAL;
     const double zMin = run.options.ZMIN;
     RmsRow row;
-    row.rms12 = measurePairRms(run, first, second, maxDistance, row.np12, zMin);
-    row.rms21 = measurePairRms(run, second, first, maxDistance, row.np21, zMin);
+    // The walk reads coordinates apart: the work copies serve, empty again afterwards.
+    copySorted(first, run.state.cubeCount, pair.firstWork);
+    copySorted(second, run.state.cubeCount, pair.secondWork);
+    row.rms12 = measurePairRms(run, pair.firstWork, pair.secondWork, maxDistance, row.np12, zMin);
+    row.rms21 = measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance, row.np21, zMin);
+    clearWorkCloud(pair.firstWork);
+    clearWorkCloud(pair.secondWork);
     row.rmswave = weightedRms(row.rms12, row.np12, row.rms21, row.np21);
     pair.firstId = run.state.scans[static_cast<std::size_t>(pair.firstIndex)].scanId;
     pair.secondId = run.state.scans[static_cast<std::size_t>(pair.secondIndex)].scanId;

@@ -32,12 +32,16 @@ struct LinearPass {
 
 bool isUnregistered(double rotationRad) { return registeredAbove > rotationRad; }
 
-// The south pair's files: the rotated text files in an RMS pass with FILEEXT 0, else the
-// scans' own files.
+// The south pair's files: in an RMS pass those of lineRmsPassFileName, else the scans'
+// own files.
 void setSouthPaths(Run& run, const ScanRecord& first, const ScanRecord& second) {
-    const bool readsRotatedFiles = run.options.FILEEXT == 0 && run.state.rmsPhase;
-    run.pair.firstPath = readsRotatedFiles ? rmsPassFileName(first.fileName) : first.fileName;
-    run.pair.secondPath = readsRotatedFiles ? rmsPassFileName(second.fileName) : second.fileName;
+    if (run.state.rmsPhase) {
+        run.pair.firstPath = lineRmsPassFileName(run.options.FILEEXT, first.fileName);
+        run.pair.secondPath = lineRmsPassFileName(run.options.FILEEXT, second.fileName);
+    } else {
+        run.pair.firstPath = first.fileName;
+        run.pair.secondPath = second.fileName;
+    }
 }
 
 // The solver hands back degrees; the records keep radians, for both row forms.

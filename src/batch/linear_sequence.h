@@ -16,7 +16,7 @@ namespace sorvek {
 void runLinearSequence(Run& run, const std::string& path);
 
 // Sets the indices of scan `scanIndex` and its south neighbour and, when it has one, the
-// files the pass reads for them (the rotated files in an RMS pass with FILEEXT 0).
+// files the pass reads for them (in an RMS pass those of lineRmsPassFileName).
 void setLineSouthPairFiles(Run& run, std::int32_t scanIndex);
 
 // The RMS pass's pair of scan `scanIndex` and its south neighbour, which must exist:

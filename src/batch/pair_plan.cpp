@@ -3,9 +3,7 @@
 #include <cmath>
 
 namespace sorvek {
-namespace {
 
-// Plan distance between two scans, dy first as the neighbour search forms it.
 double planDistance(const ScanRecord& first, const ScanRecord& second) {
     const double dy = second.gpsY - first.gpsY;
     const double dx = second.gpsX - first.gpsX;
@@ -15,6 +13,8 @@ double planDistance(const ScanRecord& first, const ScanRecord& second) {
 bool isWithinSpan(const RunOptions& options, double distance) {
     return distance >= options.GPSMINDIST && options.GPSMAXDIST >= distance;
 }
+
+namespace {
 
 PlannedTurn siteTurn(const Run& run, std::int32_t firstIndex) {
     const std::vector<ScanRecord>& scans = run.state.scans;

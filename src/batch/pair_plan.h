@@ -29,6 +29,12 @@ enum class PassKind {
     lineEvaluation,    // the RMS pass of a line: each scan with its south neighbour
 };
 
+// Plan distance between two scans, dy first as the neighbour search forms it.
+double planDistance(const ScanRecord& first, const ScanRecord& second);
+
+// True when a pair at `distance` is taken: GPSMINDIST and GPSMAXDIST both inclusive.
+bool isWithinSpan(const RunOptions& options, double distance);
+
 // Every scan gets a turn, in table order. A site turn holds each later scan within
 // GPSMINDIST..GPSMAXDIST (both inclusive); a line turn holds the south pair, if any.
 std::vector<PlannedTurn> planPass(const Run& run, PassKind kind);

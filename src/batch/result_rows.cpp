@@ -21,7 +21,7 @@ OutputFile createResultFile(const std::string& path, ResultFileKind kind, std::F
     if (!file.file) {
         std::printf("Unable to create ouput file %s \n", path.c_str());
         std::printf("Please verify that the path exists. \n");
-        endRun(0);
+        endRun(exitStageStopped);
     }
     requirePrinted(std::fprintf(file.file.get(), "%s", headLineOf(kind)), file);
     flushRow(file);

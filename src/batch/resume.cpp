@@ -132,7 +132,7 @@ std::optional<std::vector<PairFate>> matchKeptRows(const std::vector<RowIds>& pl
 PassFile openPassFile(const Run& run, const std::string& path, ResultFileKind kind,
                       const std::vector<PlannedPair>& pairs) {
     PassFile pass;
-    if (!run.state.resumesResults) {
+    if (!run.state.commandLine.resumesResults) {
         pass.file = createResultFile(path, kind, run.state.logFile.get());
         pass.fates.assign(pairs.size(), PairFate::toDo);
         return pass;

@@ -53,7 +53,7 @@ struct PassFile {
     std::int32_t keptRowCount = 0;  // rows kept from the earlier run
 };
 
-// Without resumesResults: creates the file as the drivers always have, and every pair is
+// Without --resume: creates the file as the drivers always have, and every pair is
 // to do. With it: keeps what an earlier run wrote and opens the file for appending. A file
 // that is not this pass's result file ends the run untouched, with a message.
 PassFile openPassFile(const Run& run, const std::string& path, ResultFileKind kind,

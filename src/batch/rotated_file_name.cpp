@@ -9,6 +9,10 @@ std::string rmsPassFileName(const std::string& fileName) {
     return fileName.substr(0, keptLength) + "_rot.txt";
 }
 
+std::string lineRmsPassFileName(std::int32_t fileExt, const std::string& fileName) {
+    return fileExt == 0 ? rmsPassFileName(fileName) : fileName;
+}
+
 std::string rotatedOutputFileName(const std::string& fileName) {
     const std::size_t extension = fileName.rfind(".txt");
     if (extension == std::string::npos) return rmsPassFileName(fileName);

@@ -115,6 +115,23 @@ void applyOptionText(RunOptions& options, std::string_view text) {
     }
 }
 
+std::vector<OptionSetting> optionSettings(const RunOptions& options) {
+    std::vector<OptionSetting> settings;
+    for (const OptionKey& entry : optionKeys) {
+        OptionSetting setting;
+        setting.key.assign(entry.key, std::strlen(entry.key) - 1);
+        char value[64];
+        if (const auto* real = std::get_if<double RunOptions::*>(&entry.field)) {
+            std::snprintf(value, sizeof value, "%.10g", options.*(*real));
+        } else {
+            std::snprintf(value, sizeof value, "%i", options.*std::get<std::int32_t RunOptions::*>(entry.field));
+        }
+        setting.value = value;
+        settings.push_back(setting);
+    }
+    return settings;
+}
+
 int reportInvalidOptions(const RunOptions& options, const std::string& optionPath) {
     int invalidCount = 0;
     for (const OptionKey& entry : optionKeys) {
@@ -141,9 +158,9 @@ void readOptions(Run& run) {
     deriveOutputNames(run.state, run.state.databasePath);
     if (run.state.databaseStem.empty()) {
         std::printf("INVALID FILE. Please restart program!\n");
-        endRun(1);
+        endRun(exitFailed);
     }
-    if (reportInvalidOptions(run.options, run.state.optionPath) > 0) endRun(1);
+    if (reportInvalidOptions(run.options, run.state.optionPath) > 0) endRun(exitFailed);
     printSummaryAndChooseMode(run);
 }
 

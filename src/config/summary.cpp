@@ -1,6 +1,8 @@
 #include "config/summary.h"
 
-#include <cstdlib>
+#include <optional>
+
+#include "run/console.h"
 
 namespace sorvek {
 namespace {
@@ -107,11 +109,21 @@ std::int32_t readModeNumber(std::FILE* input, std::int32_t startValue) {
     return mode;
 }
 
+// With --mode the answer is printed where the user's own would have been typed, so
+// that the console text of an unattended run shows what was chosen.
 void printSummaryAndChooseMode(Run& run) {
     printSummary(run);
-    std::fflush(stdout);
-    run.state.runMode = readModeNumber(stdin, run.state.runMode);
-    if (run.state.runMode == 0) std::exit(1);
+    const std::optional<std::int32_t>& modeAnswer = run.state.commandLine.mode;
+    if (modeAnswer) {
+        run.state.runMode = *modeAnswer;
+        std::printf("%i\n", run.state.runMode);
+    } else {
+        std::fflush(stdout);
+        std::FILE* input = run.state.menuInput ? run.state.menuInput.get() : stdin;
+        run.state.runMode = readModeNumber(input, run.state.runMode);
+        run.state.menuInput.reset();  // the only answer it was kept for
+    }
+    if (run.state.runMode == 0) leaveRun(exitQuit);
     std::printf("\n");
     run.options.ALPHA *= degToRad;
     run.options.ALPHATHRESH *= degToRad;

@@ -15,8 +15,8 @@ void printSummary(const Run& run);
 // when the input holds no number.
 std::int32_t readModeNumber(std::FILE* input, std::int32_t startValue);
 
-// Summary, menu and mode; ends the process with exit code 1 on a 0. Afterwards ALPHA and
-// ALPHATHRESH hold radians.
+// Summary, menu and mode, read from standard input unless --mode gave it; ends the
+// process with exit code 1 on a 0. Afterwards ALPHA and ALPHATHRESH hold radians.
 void printSummaryAndChooseMode(Run& run);
 
 }  // namespace sorvek

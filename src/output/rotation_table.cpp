@@ -109,14 +109,11 @@ std::vector<RotationEntry> loadRotationTable(const Run& run, std::int32_t entryC
     return readRotationRows(in, entryCount);
 }
 
-double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId,
-                       std::int32_t& rotationCount, double& rotationSpread) {
+RotationStats rotationStatsOf(std::span<const RotationEntry> table, std::int32_t scanId) {
     double greatest = -999.0;
     double least = 999.0;
     double sum = 0.0;
     std::int32_t found = 0;
-    rotationCount = 0;
-    rotationSpread = 0.0;
     for (const RotationEntry& entry : table) {
         if (entry.scanId != scanId) continue;
         const double rotationDeg = entry.rotation;
@@ -125,13 +122,25 @@ double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId
         sum += rotationDeg;
         ++found;
     }
-    if (found == 0) {
+    RotationStats stats;
+    if (found == 0) return stats;
+    stats.count = found;
+    stats.meanDeg = sum / static_cast<double>(found);
+    stats.spreadDeg = greatest - least;
+    stats.leastDeg = least;
+    stats.greatestDeg = greatest;
+    return stats;
+}
+
+double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId,
+                       std::int32_t& rotationCount, double& rotationSpread) {
+    const RotationStats stats = rotationStatsOf(table, scanId);
+    rotationCount = stats.count;
+    rotationSpread = stats.spreadDeg;
+    if (stats.count == 0) {
         std::printf("%i has no rotations, so the rotation will not be performed \n", scanId);
-        return 0.0;
     }
-    rotationCount = found;
-    rotationSpread = greatest - least;
-    return sum / static_cast<double>(found);
+    return stats.meanDeg;
 }
 
 }  // namespace sorvek

@@ -22,6 +22,18 @@ std::int32_t countRotationRows(const Run& run);
 // The table in file order; empty when entryCount is 0 or less.
 std::vector<RotationEntry> loadRotationTable(const Run& run, std::int32_t entryCount);
 
+// What the table holds for one scan. With no entry, count is 0 and the rest 0.0.
+struct RotationStats {
+    std::int32_t count = 0;     // entries of the scan
+    double meanDeg = 0.0;       // their mean, the rotation the stage applies
+    double spreadDeg = 0.0;     // greatest minus least
+    double leastDeg = 0.0;      // the least entry
+    double greatestDeg = 0.0;   // the greatest entry
+};
+
+// The entries of `scanId`, without a word on the console.
+RotationStats rotationStatsOf(std::span<const RotationEntry> table, std::int32_t scanId);
+
 // Mean rotation of `scanId` in degrees, 0.0 when it has none (with a message).
 double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId,
                        std::int32_t& rotationCount, double& rotationSpread);

@@ -294,7 +294,7 @@ OutputFile createRotationResultFile(const std::string& path, std::FILE* log) {
     if (!file.file) {
         std::printf("Unable to create %s \n", path.c_str());
         std::printf("Please verify that the path exists. \n");
-        endRun(1);
+        endRun(exitFailed);
     }
     requirePrinted(
         std::fprintf(file.file.get(),

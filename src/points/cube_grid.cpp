@@ -1,5 +1,7 @@
 #include "points/cube_grid.h"
 
+#include <cmath>
+
 // The grid is a formula: counts from the box, a whole-number origin, and per point three
 // truncating divisions. Truncation (not flooring) makes layer 0 of each axis twice as
 // deep as the others, since everything less than one cube below the origin lands in it.
@@ -16,6 +18,15 @@ std::optional<std::int32_t> cubesAlong(double extent, double edge) {
     return *whole + 2;
 }
 
+// Dividing by a power of two and multiplying by its inverse round the same exact value,
+// so they give the same bits; for any other edge the division stays.
+double exactScale(double edge) {
+    int exponent = 0;
+    const double mantissa = std::frexp(edge, &exponent);
+    const bool isPowerOfTwo = mantissa == 0.5 && exponent > -1020 && exponent < 1020;
+    return isPowerOfTwo ? 1.0 / edge : 0.0;
+}
+
 std::optional<double> wholeOrigin(double corner) {
     const std::optional<std::int32_t> whole = truncToInt32(corner);
     if (!whole) return std::nullopt;
@@ -28,15 +39,6 @@ std::int32_t wrappedProduct(std::int32_t nx, std::int32_t nz, std::int32_t ny) {
     const std::uint32_t product = static_cast<std::uint32_t>(nx) * static_cast<std::uint32_t>(nz) *
                                   static_cast<std::uint32_t>(ny);
     return static_cast<std::int32_t>(product);
-}
-
-// The cube coordinate of `offset` along an axis of `cubes` cubes (at least 1), or -1 when
-// outside. q > -1 is trunc(q) >= 0, and q < cubes is trunc(q) < cubes, so the
-// conversion below only ever sees values that int32 holds. NaN fails both tests.
-std::int32_t cubeCoordinate(double offset, double edge, std::int32_t cubes) {
-    const double q = offset / edge;
-    if (!(q > -1.0 && q < static_cast<double>(cubes))) return -1;
-    return static_cast<std::int32_t>(q);
 }
 
 }  // namespace
@@ -117,34 +119,37 @@ CubeGrid layCubeGrid(const RunOptions& options, const CloudBounds& bounds, doubl
     grid.originX = *originX;
     grid.originY = *originY;
     grid.originZ = *originZ;
+    grid.edgeX = options.dCX;
+    grid.edgeY = options.dCY;
+    grid.edgeZ = options.dCZ;
+    grid.scaleX = exactScale(options.dCX);
+    grid.scaleY = exactScale(options.dCY);
+    grid.scaleZ = exactScale(options.dCZ);
     grid.cubeCount = wrappedProduct(*nx, *nz, *ny);
     return grid;
+}
+
+bool hasCubes(const CubeGrid& grid) {
+    return !grid.isTooLarge && grid.nx > 0 && grid.ny > 0 && grid.nz > 0;
+}
+
+bool isSameGrid(const CubeGrid& first, const CubeGrid& second) {
+    return first.nx == second.nx && first.ny == second.ny && first.nz == second.nz &&
+           first.originX == second.originX && first.originY == second.originY &&
+           first.originZ == second.originZ && first.edgeX == second.edgeX &&
+           first.edgeY == second.edgeY && first.edgeZ == second.edgeZ &&
+           first.cubeCount == second.cubeCount && first.isTooLarge == second.isTooLarge;
 }
 
 void assignCubes(Run& run, std::span<PointRecord> points, const CloudBounds& bounds, double zMin) {
     const CubeGrid grid = layCubeGrid(run.options, bounds, zMin);
     run.state.cubeCount = grid.cubeCount;
     const auto outOfGrid = static_cast<std::uint32_t>(grid.cubeCount);
-    if (grid.isTooLarge || grid.nx <= 0 || grid.ny <= 0 || grid.nz <= 0) {
+    if (!hasCubes(grid)) {
         for (PointRecord& point : points) point.cube = outOfGrid;  // 0 for the empty grid
         return;
     }
-    const double dCX = run.options.dCX;
-    const double dCY = run.options.dCY;
-    const double dCZ = run.options.dCZ;
-    // Below 2^31 cubes in all, so every valid index fits the 32-bit products.
-    const auto layerSize = static_cast<std::uint32_t>(grid.nx);
-    const auto sliceSize = layerSize * static_cast<std::uint32_t>(grid.nz);
-    for (PointRecord& point : points) {
-        const std::int32_t ix = cubeCoordinate(point.x - grid.originX, dCX, grid.nx);
-        const std::int32_t iy = cubeCoordinate(point.y - grid.originY, dCY, grid.ny);
-        const std::int32_t iz = cubeCoordinate(point.z - grid.originZ, dCZ, grid.nz);
-        const bool isInGrid = ix >= 0 && iy >= 0 && iz >= 0;
-        point.cube = isInGrid ? static_cast<std::uint32_t>(ix) +
-                                    static_cast<std::uint32_t>(iz) * layerSize +
-                                    static_cast<std::uint32_t>(iy) * sliceSize
-                              : outOfGrid;
-    }
+    for (PointRecord& point : points) point.cube = cubeOf(grid, point.x, point.y, point.z);
 }
 
 int compareCube(const PointRecord& first, const PointRecord& second) {

@@ -1,18 +1,12 @@
 #pragma once
-// Stable linear-time sort of a cloud by cube.
-
-#include <span>
+// Stable linear-time sort of a loaded cloud's records by cube.
 
 #include "run/records.h"
 
 namespace sorvek {
 
-// Sorts by `cube` ascending; records of one cube keep their order. `scratch` is resized
-// to the cloud and keeps its capacity for the next call.
-void sortByCube(std::span<PointRecord> points, Cloud& scratch);
-
-// Lays the grid of the pair's overlap box on `cloud` and sorts it by cube, with the
-// pair's scratch: the state every measure and estimate expects a cloud in.
-void gridOnOverlap(Run& run, Cloud& cloud);
+// Sorts by `cube` ascending; records of one cube keep their order. Only 4-byte cube
+// numbers and places are sorted; the records move once.
+void sortByCube(Run& run, Cloud& cloud);
 
 }  // namespace sorvek

@@ -8,6 +8,8 @@
 #include "points/point_file_kind.h"
 #include "points/text_reader.h"
 #include "points/transforms.h"
+#include "points/work_cloud.h"
+#include "registration/engine_scratch.h"
 #include "registration/pair_measure.h"
 
 // Loads, moves, grids and sorts the two clouds of a pair and measures where it starts
@@ -79,8 +81,8 @@ void assignAndSort(Run& run) {
         std::printf("Cube grid too large for this pair. Increase dCX, dCY or dCZ. \n");
     }
     std::printf("Sorting Data\n");
-    sortByCube(pair.firstCloud, pair.buffers.sortScratch);
-    sortByCube(pair.secondCloud, pair.buffers.sortScratch);
+    sortByCube(run, pair.firstCloud);
+    sortByCube(run, pair.secondCloud);
 }
 
 // The three initial values are 32-bit on purpose: a solver's result must beat exactly
@@ -90,11 +92,16 @@ void measureInitialRms(Run& run) {
     const double maxDistance = run.options.MAXDISTINITIAL;
     const double zMin = run.options.ZMIN;
     std::int32_t acceptedCount = 0;
-    const double rms21 = measurePairRms(run, pair.secondCloud, pair.firstCloud, maxDistance,
+    // The walk reads coordinates apart; the work copies serve, as the solvers remake them.
+    copySorted(pair.firstCloud, run.state.cubeCount, pair.firstWork);
+    copySorted(pair.secondCloud, run.state.cubeCount, pair.secondWork);
+    const double rms21 = measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance,
                                         acceptedCount, zMin);
     pair.initialRms21 = static_cast<float>(rms21);
-    const double rms12 = measurePairRms(run, pair.firstCloud, pair.secondCloud, maxDistance,
+    const double rms12 = measurePairRms(run, pair.firstWork, pair.secondWork, maxDistance,
                                         acceptedCount, zMin);
+    clearWorkCloud(pair.firstWork);
+    clearWorkCloud(pair.secondWork);
     pair.initialRms12 = static_cast<float>(rms12);
     const float sum = pair.initialRms12 + pair.initialRms21;
     const double half = static_cast<double>(sum) * 0.5;
@@ -111,6 +118,7 @@ std::int32_t prepareScanPair(Run& run) {
     std::printf("Preparing data for registration.... \n");
     pair.firstCloud.clear();
     pair.secondCloud.clear();
+    forgetKeys(run);
     const double firstCliff = loadCloud(run, pair.firstPath, pair.firstIndex, pair.firstCloud,
                                         pair.firstBounds);
     const double secondCliff = loadCloud(run, pair.secondPath, pair.secondIndex, pair.secondCloud,

@@ -55,27 +55,27 @@ void applyMatrix(std::span<PointRecord> points, const ScanMatrix& matrix) {
     }
 }
 
+Turn turnAbout(double angle, double pivotX, double pivotY) {
+    return {std::cos(angle), std::sin(angle), pivotX, pivotY};
+}
+
 void rotateCloud(std::span<PointRecord> points, double angle, double pivotX, double pivotY) {
-    const double cosAngle = std::cos(angle);
-    const double sinAngle = std::sin(angle);
+    const Turn turn = turnAbout(angle, pivotX, pivotY);
     for (PointRecord& point : points) {
-        const double dx = point.x - pivotX;
-        const double dy = point.y - pivotY;
-        point.x = pivotX + dx * cosAngle - dy * sinAngle;
-        point.y = pivotY + dx * sinAngle + dy * cosAngle;
+        const double x = point.x;
+        const double y = point.y;
+        point.x = turnedX(turn, x, y);
+        point.y = turnedY(turn, x, y);
     }
 }
 
 void rotatedCopy(std::span<const PointRecord> source, double angle, double pivotX, double pivotY,
                  Cloud& copy) {
     copy.resize(source.size());
-    const double cosAngle = std::cos(angle);
-    const double sinAngle = std::sin(angle);
+    const Turn turn = turnAbout(angle, pivotX, pivotY);
     for (std::size_t i = 0; i < source.size(); ++i) {
-        const double dx = source[i].x - pivotX;
-        const double dy = source[i].y - pivotY;
-        copy[i].x = pivotX + dx * cosAngle - dy * sinAngle;
-        copy[i].y = pivotY + dx * sinAngle + dy * cosAngle;
+        copy[i].x = turnedX(turn, source[i].x, source[i].y);
+        copy[i].y = turnedY(turn, source[i].x, source[i].y);
         copy[i].z = source[i].z;
     }
 }

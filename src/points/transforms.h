@@ -27,6 +27,31 @@ ScanMatrix buildScanMatrix(double rotX, double rotY, double rotZ, double scale, 
 // first write that fails.
 bool writeMatrixRows(std::FILE* out, const ScanMatrix& matrix);
 
+// A turn about a vertical axis, with its sine and cosine taken once. Every turned
+// coordinate in the program comes from turnedX and turnedY, so that a point turned again
+// from the same source with the same turn gets the same bits wherever it is computed.
+struct Turn {
+    double cosAngle = 1.0;
+    double sinAngle = 0.0;
+    double pivotX = 0.0;
+    double pivotY = 0.0;
+};
+
+// `angle` in radians; positive is counter-clockwise seen from above.
+Turn turnAbout(double angle, double pivotX, double pivotY);
+
+inline double turnedX(const Turn& turn, double x, double y) {
+    const double dx = x - turn.pivotX;
+    const double dy = y - turn.pivotY;
+    return turn.pivotX + dx * turn.cosAngle - dy * turn.sinAngle;
+}
+
+inline double turnedY(const Turn& turn, double x, double y) {
+    const double dx = x - turn.pivotX;
+    const double dy = y - turn.pivotY;
+    return turn.pivotY + dx * turn.sinAngle + dy * turn.cosAngle;
+}
+
 void applyMatrix(std::span<PointRecord> points, const ScanMatrix& matrix);
 
 // Turns x and y about (pivotX, pivotY); a positive angle (radians) is counter-clockwise

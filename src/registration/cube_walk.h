@@ -1,68 +1,63 @@
 #pragma once
-// The walk over the cubes of two sorted clouds that both the pair measure and the
+// The walk over the cubes of two clouds in cube order that both the pair measure and the
 // rotation estimator make: per cube, NUMPPC samples of the subject and, for each, the
-// three nearest reference points of the same cube.
+// three nearest reference points of the same cube. The cubes are walked in parts, side by
+// side; each part keeps what its samples gave, and the caller forms every sum afterwards,
+// part after part, in the order of the cubes.
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
+#include "points/work_cloud.h"
+#include "registration/nearest_kernel.h"
 #include "registration/surface_geometry.h"
 #include "run/records.h"
 
 namespace sorvek {
 
-// A squared distance; an empty place of the nearest list holds it, and no point at this
-// squared distance or beyond ever enters the list.
-inline constexpr double emptySquaredDistance = 999.0;
-
-// The three nearest reference points of one sample, ascending; position -1 is empty.
-struct NearestList {
-    std::array<double, 3> squaredDistance{emptySquaredDistance, emptySquaredDistance,
-                                          emptySquaredDistance};
-    std::array<std::int32_t, 3> position{-1, -1, -1};  // index into the reference cloud
+// A cloud as the walk reads it: its in-grid points, in cube order.
+struct CubeRuns {
+    std::span<const double> x;
+    std::span<const double> y;
+    std::span<const double> z;
+    std::span<const std::uint32_t> cube;  // ascending
 };
 
-// Where a walk stands. Both clouds are sorted by cube on the grid of run.state.cubeCount.
-struct CubeWalk {
-    std::span<const PointRecord> subject;     // the cloud that is sampled
-    std::span<const PointRecord> reference;   // the cloud whose surface is measured against
-    std::vector<std::int32_t>& candidates;    // subject positions of the cube in hand
-    double zMin = 0.0;                        // samples lie strictly above it
-    double zMax = 0.0;                        // and strictly below this (ZMAX)
-    std::int32_t samplesPerCube = 0;          // NUMPPC
-    std::int64_t cubeCount = 0;               // the walk ends below this index
-    std::int64_t nextCube = 0;                // next cube index that holds subject points
-    bool isDone = false;                      // no cube is left to visit
-    std::size_t subjectCursor = 0;            // first subject point of the next cube
-    std::size_t referenceBegin = 0;           // reference run of the cube in hand
-    std::size_t referenceEnd = 0;
+CubeRuns inGridRuns(const WorkCloud& cloud);
+
+// What is made of a sample that passed the neighbour test.
+struct SampleRule {
+    bool isPointToPoint = false;   // REGMODE 0: the nearest point; else the plane of three
+    bool measuresNothing = false;  // the estimator's REGMODE other than 0 and 1: no sample
+    bool needsPartner = false;     // keep the nearest point or the foot on the plane
+    double maxDistance = 0.0;      // accepted up to it, inclusive
+    double minDistance = 0.0;      // point to plane: accepted down to it, inclusive
 };
 
-// A walk over `subject` against `reference`, using run.pair.buffers.candidates. Reads
-// NUMPPC, ZMAX and cubeCount.
-CubeWalk startCubeWalk(Run& run, std::span<const PointRecord> subject,
-                       std::span<const PointRecord> reference, double zMin);
+// One accepted sample.
+struct SampleOutcome {
+    double distance = 0.0;  // point to point: the squared distance; point to plane: d
+    Point3 sample;          // the subject point
+    Point3 partner;         // the nearest point or the foot, when the rule asks for it
+};
 
-// Moves to the next cube whose samples pass the neighbour test: at least NUMPPC subject
-// candidates inside the z band and at least NUMPPC reference points. Returns false when
-// the walk is over. A cube of more than 999,995 candidates ends the process with
-// status 0 after the user's key.
-bool nextSampledCube(CubeWalk& walk);
+// The accepted samples of one part of the walk, in walk order.
+struct WalkPart {
+    std::vector<SampleOutcome> accepted;
+    std::vector<std::int32_t> candidates;  // subject positions of the cube in hand
+    bool hasTooManyPoints = false;  // a cube of this part held more than 999,995 candidates;
+                                    // the part stopped there
+};
 
-// Sample k (0 to NUMPPC - 1) of the cube in hand.
-const PointRecord& sampleOf(const CubeWalk& walk, std::int32_t k);
+// The walk of `subject` against `reference` under `rule`, in `parts` (resized and reused).
+// Reads NUMPPC and ZMAX. A part that meets a cube of more than 999,995 candidates stops
+// at that cube; the caller ends the run once it has taken in the parts before it.
+void walkCubes(Run& run, const CubeRuns& subject, const CubeRuns& reference, double zMin,
+               const SampleRule& rule, std::vector<WalkPart>& parts);
 
-// The three nearest reference points of the cube in hand, with the ties as the list
-// rules them: of equal points the later one stands nearer the front in first and second
-// place, while a point that only equals third place is not entered.
-NearestList nearestInCube(const CubeWalk& walk, const PointRecord& sample);
-
-inline Point3 pointOf(const PointRecord& record) { return {record.x, record.y, record.z}; }
-
-// The plane through the three entries of a full nearest list, nearest first.
-Plane planeOfNearest(const CubeWalk& walk, const NearestList& nearest);
+// The message and the end of a run whose cube held too many candidates: status 0.
+[[noreturn]] void stopForTooManyPoints();
 
 }  // namespace sorvek

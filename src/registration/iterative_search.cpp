@@ -4,8 +4,9 @@
 #include <cstdio>
 
 #include "points/cube_grid.h"
-#include "points/cube_sort.h"
 #include "points/transforms.h"
+#include "points/work_cloud.h"
+#include "registration/engine_scratch.h"
 #include "registration/solver_console.h"
 #include "registration/solver_pair.h"
 #include "registration/solver_schedule.h"
@@ -33,16 +34,18 @@ double walkTrialGrid(Run& run, const PairMeasures& measures, const TrialGrid& gr
     const ScanRecord& firstScan = firstScanOf(run);
     const ScanRecord& secondScan = secondScanOf(run);
     double firstTrial = grid.trialStart;
-    rotateCloud(pair.firstWork, grid.trialStart, firstScan.gpsX, firstScan.gpsY);
+    turnInPlace(run, pair.firstWork, turnAbout(grid.trialStart, firstScan.gpsX, firstScan.gpsY));
     const double trialLimit = std::fabs(grid.trialStart);
     if (!(trialLimit > grid.trialStart)) return firstTrial;
 
     while (stepForward(firstTrial, grid.trialStep)) {
-        rotateCloud(pair.firstWork, grid.trialStep, firstScan.gpsX, firstScan.gpsY);
+        turnInPlace(run, pair.firstWork, turnAbout(grid.trialStep, firstScan.gpsX, firstScan.gpsY));
         double secondTrial = grid.trialStart;
-        rotateCloud(pair.secondWork, grid.trialStart, secondScan.gpsX, secondScan.gpsY);
+        turnInPlace(run, pair.secondWork,
+                    turnAbout(grid.trialStart, secondScan.gpsX, secondScan.gpsY));
         while (stepForward(secondTrial, grid.trialStep)) {
-            rotateCloud(pair.secondWork, grid.trialStep, secondScan.gpsX, secondScan.gpsY);
+            turnInPlace(run, pair.secondWork,
+                        turnAbout(grid.trialStep, secondScan.gpsX, secondScan.gpsY));
             std::int32_t trialCount = 0;  // the grid's pair counts are not reported
             const double rms = measures.measure(run, pair.secondWork, pair.firstWork,
                                                 run.options.MAXDISTINITIAL, trialCount,
@@ -54,7 +57,7 @@ double walkTrialGrid(Run& run, const PairMeasures& measures, const TrialGrid& gr
             }
             if (!(trialLimit > secondTrial)) break;
         }
-        rotateCloud(pair.secondWork, -secondTrial, secondScan.gpsX, secondScan.gpsY);
+        turnInPlace(run, pair.secondWork, turnAbout(-secondTrial, secondScan.gpsX, secondScan.gpsY));
         if (!(trialLimit > firstTrial)) break;
     }
     return firstTrial;
@@ -70,10 +73,14 @@ TrialPair runIteration(Run& run, const PairMeasures& measures, const TrialGrid& 
     TrialPair best;
     const double firstTrial = walkTrialGrid(run, measures, grid, best, bestRms);
     printProgress(run, bestRms);
-    rotateCloud(pair.firstWork, best.first - firstTrial, firstScan.gpsX, firstScan.gpsY);
-    gridOnOverlap(run, pair.firstWork);
-    rotateCloud(pair.secondWork, best.second, secondScan.gpsX, secondScan.gpsY);
-    gridOnOverlap(run, pair.secondWork);
+    EngineScratch& scratch = engineScratch(run);
+    const CubeGrid cubes = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
+    run.state.cubeCount = cubes.cubeCount;
+    turnInPlace(run, pair.firstWork,
+                turnAbout(best.first - firstTrial, firstScan.gpsX, firstScan.gpsY));
+    reorderOnGrid(run, pair.firstWork, cubes, scratch.firstOrder, scratch.spare);
+    turnInPlace(run, pair.secondWork, turnAbout(best.second, secondScan.gpsX, secondScan.gpsY));
+    reorderOnGrid(run, pair.secondWork, cubes, scratch.secondOrder, scratch.spare);
     return best;
 }
 
@@ -85,15 +92,18 @@ double closeCycle(Run& run, const PairMeasures& measures, const TrialPair& total
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
     const ScanRecord& secondScan = secondScanOf(run);
-    pair.firstWork.assign(pair.firstCloud.begin(), pair.firstCloud.end());
-    rotateCloud(pair.firstWork, totals.first, firstScan.gpsX, firstScan.gpsY);
-    pair.firstBounds = computeBounds(pair.firstWork);
-    pair.secondWork.assign(pair.secondCloud.begin(), pair.secondCloud.end());
-    rotateCloud(pair.secondWork, totals.second, secondScan.gpsX, secondScan.gpsY);
-    pair.secondBounds = computeBounds(pair.secondWork);
+    EngineScratch& scratch = engineScratch(run);
+    // The guess for the cubes taken with the bounds: the grid the cycle ends on.
+    const CubeGrid guess = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
+    const Turn firstTurn = turnAbout(totals.first, firstScan.gpsX, firstScan.gpsY);
+    const Turn secondTurn = turnAbout(totals.second, secondScan.gpsX, secondScan.gpsY);
+    pair.firstBounds = turnedBounds(run, pair.firstCloud, firstTurn, guess, scratch.firstOrder);
+    pair.secondBounds = turnedBounds(run, pair.secondCloud, secondTurn, guess, scratch.secondOrder);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
-    gridOnOverlap(run, pair.firstWork);
-    gridOnOverlap(run, pair.secondWork);
+    const CubeGrid cubes = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
+    run.state.cubeCount = cubes.cubeCount;
+    placeTurned(run, pair.firstCloud, firstTurn, cubes, scratch.firstOrder, pair.firstWork);
+    placeTurned(run, pair.secondCloud, secondTurn, cubes, scratch.secondOrder, pair.secondWork);
     return measures.measure(run, pair.secondWork, pair.firstWork, run.options.MAXDISTINITIAL,
                             pointCount, run.options.ZMIN);
 }
@@ -130,8 +140,9 @@ double solveIterativeSearchWith(Run& run, const PairMeasures& measures, double& 
     TrialPair totals;
     // Whole records, cubes included: the first iteration searches on the grid and order
     // that the pair was prepared with.
-    pair.firstWork.assign(pair.firstCloud.begin(), pair.firstCloud.end());
-    pair.secondWork.assign(pair.secondCloud.begin(), pair.secondCloud.end());
+    forgetKeys(run);
+    copySorted(pair.firstCloud, run.state.cubeCount, pair.firstWork);
+    copySorted(pair.secondCloud, run.state.cubeCount, pair.secondWork);
 
     for (std::int32_t cycle = 0; cycle < options.MAXREPEAT; ++cycle) {
         TrialGrid grid = cycleTrialGrid(options.ALPHA, options.ALPHAINC, cycle);

@@ -2,8 +2,11 @@
 
 #include <cmath>
 #include <cstdio>
+#include <limits>
+#include <vector>
 
 #include "registration/cube_walk.h"
+#include "registration/engine_scratch.h"
 #include "registration/surface_geometry.h"
 #include "run/output_file.h"
 
@@ -64,77 +67,36 @@ void writeDiagnostics(Diagnostics& files, double distance, const Point3& sample,
     writePoint(files.referencePoints, partner);
 }
 
-// What a measure gathers over the walk.
-struct MeasureSums {
-    double sum = 0.0;              // accepted squared distances
-    std::int32_t acceptedCount = 0;
-};
-
-void measurePointToPoint(const CubeWalk& walk, const PointRecord& sample,
-                         const NearestList& nearest, double maxDistance, MeasureSums& sums,
-                         Diagnostics* files) {
-    if (nearest.position[0] < 0) return;  // nothing came near enough to enter the list
-    const double squared = nearest.squaredDistance[0];
-    if (!(maxDistance * maxDistance >= squared)) return;
-    if (files != nullptr) {
-        const PointRecord& partner = walk.reference[static_cast<std::size_t>(nearest.position[0])];
-        writeDiagnostics(*files, squared, pointOf(sample), pointOf(partner));
-    }
-    sums.sum += squared;
-    ++sums.acceptedCount;
-}
-
-void measurePointToPlane(const CubeWalk& walk, const PointRecord& sample,
-                         const NearestList& nearest, double maxDistance, MeasureSums& sums,
-                         Diagnostics* files) {
-    if (nearest.position[2] < 0) return;  // the plane needs all three places
-    const Plane plane = planeOfNearest(walk, nearest);
-    if (isDegenerate(plane)) return;
-    const Point3 samplePoint = pointOf(sample);
-    const double distance = distanceToPlane(plane, samplePoint);
-    if (!(maxDistance >= distance)) return;
-    if (files != nullptr) {
-        writeDiagnostics(*files, distance, samplePoint, planeFoot(plane, distance, samplePoint));
-    }
-    sums.sum += distance * distance;
-    ++sums.acceptedCount;
-}
-
-MeasureSums walkAndMeasure(Run& run, std::span<const PointRecord> subject,
-                           std::span<const PointRecord> reference, double maxDistance, double zMin,
-                           Diagnostics* files) {
-    const bool isPointToPoint = run.options.REGMODE == 0;
-    MeasureSums sums;
-    CubeWalk walk = startCubeWalk(run, subject, reference, zMin);
-    while (nextSampledCube(walk)) {
-        for (std::int32_t k = 0; k < walk.samplesPerCube; ++k) {
-            const PointRecord& sample = sampleOf(walk, k);
-            const NearestList nearest = nearestInCube(walk, sample);
-            if (isPointToPoint) {
-                measurePointToPoint(walk, sample, nearest, maxDistance, sums, files);
-            } else {
-                measurePointToPlane(walk, sample, nearest, maxDistance, sums, files);
-            }
-        }
-    }
-    return sums;
-}
-
 }  // namespace
 
-double measurePairRms(Run& run, std::span<const PointRecord> subject,
-                      std::span<const PointRecord> reference, double maxDistance,
-                      std::int32_t& acceptedCount, double zMin) {
+double measurePairRms(Run& run, const WorkCloud& subject, const WorkCloud& reference,
+                      double maxDistance, std::int32_t& acceptedCount, double zMin) {
     acceptedCount = 0;
     const bool isModeFive = run.state.runMode == 5;
     Diagnostics files;
     if (isModeFive) files = openDiagnostics(run.state.logFile.get());
-    const MeasureSums sums =
-        walkAndMeasure(run, subject, reference, maxDistance, zMin, isModeFive ? &files : nullptr);
-    acceptedCount = sums.acceptedCount;
+    SampleRule rule;
+    rule.isPointToPoint = run.options.REGMODE == 0;
+    rule.needsPartner = isModeFive;
+    rule.maxDistance = maxDistance;
+    rule.minDistance = -std::numeric_limits<double>::infinity();  // no lower limit here
+    std::vector<WalkPart>& parts = engineScratch(run).walkParts;
+    walkCubes(run, inGridRuns(subject), inGridRuns(reference), zMin, rule, parts);
+    // The sum is formed here, one accepted sample after the other in walk order.
+    double sum = 0.0;
+    std::int32_t count = 0;
+    for (const WalkPart& part : parts) {
+        for (const SampleOutcome& outcome : part.accepted) {
+            if (isModeFive) writeDiagnostics(files, outcome.distance, outcome.sample, outcome.partner);
+            sum += rule.isPointToPoint ? outcome.distance : outcome.distance * outcome.distance;
+            ++count;
+        }
+        if (part.hasTooManyPoints) stopForTooManyPoints();
+    }
+    acceptedCount = count;
     // With MINNUMPTS of 0 and nothing accepted this is 0 / 0, not a number, on purpose.
-    const double rms = sums.acceptedCount >= run.options.MINNUMPTS
-                           ? std::sqrt(sums.sum / static_cast<double>(sums.acceptedCount))
+    const double rms = count >= run.options.MINNUMPTS
+                           ? std::sqrt(sum / static_cast<double>(count))
                            : 999.0;
     closeDiagnostics(files);
     return rms;

@@ -4,23 +4,22 @@
 
 #include <cstdint>
 #include <functional>
-#include <span>
 
+#include "points/work_cloud.h"
 #include "run/records.h"
 
 namespace sorvek {
 
 // Same arguments and contract as measurePairRms.
-using PairRmsCall = std::function<double(Run& run, std::span<const PointRecord> subject,
-                                         std::span<const PointRecord> reference,
-                                         double maxDistance, std::int32_t& acceptedCount,
-                                         double zMin)>;
+using PairRmsCall = std::function<double(Run& run, const WorkCloud& subject,
+                                         const WorkCloud& reference, double maxDistance,
+                                         std::int32_t& acceptedCount, double zMin)>;
 
 // Same arguments and contract as estimateRotation.
 using RotationEstimateCall = std::function<double(
-    Run& run, std::span<const PointRecord> subject, std::span<const PointRecord> reference,
-    double maxDistance, double minDistance, std::int32_t& acceptedCount, double& rotationOut,
-    double pivotX, double pivotY, double zMin)>;
+    Run& run, const WorkCloud& subject, const WorkCloud& reference, double maxDistance,
+    double minDistance, std::int32_t& acceptedCount, double& rotationOut, double pivotX,
+    double pivotY, double zMin)>;
 
 struct PairMeasures {
     PairRmsCall measure;            // RMS of subject against reference

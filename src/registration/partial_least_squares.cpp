@@ -2,11 +2,11 @@
 
 #include <cmath>
 #include <cstdio>
-#include <optional>
 
 #include "points/cube_grid.h"
-#include "points/cube_sort.h"
 #include "points/transforms.h"
+#include "points/work_cloud.h"
+#include "registration/engine_scratch.h"
 #include "registration/solver_console.h"
 #include "registration/solver_pair.h"
 #include "registration/solver_schedule.h"
@@ -33,41 +33,52 @@ void printProgress(const Run& run, double rms, const SearchThresholds& limits) {
                 static_cast<double>(limits.maxDist));
 }
 
-bool isSameGrid(const CubeGrid& first, const CubeGrid& second) {
-    return first.nx == second.nx && first.ny == second.ny && first.nz == second.nz &&
-           first.originX == second.originX && first.originY == second.originY &&
-           first.originZ == second.originZ && first.cubeCount == second.cubeCount &&
-           first.isTooLarge == second.isTooLarge;
-}
+// The grids of one candidate's passes. The last grid laid serves as the guess under
+// which a cloud's cubes are taken in the same pass as its bounds; the guess is almost
+// always right, since a small turn seldom changes the common box's grid.
+struct PassGrids {
+    CubeGrid last;                 // grid of the latest pass
+    CubeGrid firstWork;            // grid firstWork is in order on
+    bool isFirstWorkPlaced = false;  // firstWork holds this candidate's turn
+};
 
-// Grids and sorts both work clouds on the overlap of their current boxes. The first cloud
-// does not move during a candidate, so when the new box lays the same grid as last time
-// its cubes would come out the same and the stable sort would leave it as it is: both
-// are skipped, which changes no bit of the result.
-void gridBothWorkClouds(Run& run, std::optional<CubeGrid>& firstWorkGrid) {
+// Lays the grid of the overlap of the current boxes and puts both work clouds in order on
+// it. The first cloud does not move during a candidate: when the new box lays the same
+// grid as last time its cubes would come out the same and a stable sort would leave it as
+// it is, so it is left alone; on a new grid it is put in order again from the order it
+// has, as a stable sort would.
+void gridBothWorkClouds(Run& run, const Turn& firstTurn, const Turn& secondTurn,
+                        PassGrids& grids) {
     PairState& pair = run.pair;
+    EngineScratch& scratch = engineScratch(run);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
     const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
-    const bool isFirstCurrent = firstWorkGrid && isSameGrid(*firstWorkGrid, grid);
-    if (!isFirstCurrent) gridOnOverlap(run, pair.firstWork);
-    gridOnOverlap(run, pair.secondWork);
-    firstWorkGrid = grid;
+    run.state.cubeCount = grid.cubeCount;
+    if (!grids.isFirstWorkPlaced) {
+        placeTurned(run, pair.firstCloud, firstTurn, grid, scratch.firstOrder, pair.firstWork);
+        grids.isFirstWorkPlaced = true;
+    } else if (!isSameGrid(grids.firstWork, grid)) {
+        reorderOnGrid(run, pair.firstWork, grid, scratch.firstOrder, scratch.spare);
+    }
+    grids.firstWork = grid;
+    placeTurned(run, pair.secondCloud, secondTurn, grid, scratch.secondOrder, pair.secondWork);
+    grids.last = grid;
 }
 
-// Drives secondTotal to convergence against firstWork. Every pass rebuilds the second
+// Drives secondTotal to convergence against firstWork. Every pass remakes the second
 // cloud from the loaded one, and both grids, because the turn moves the common box.
 void convergeSecondRotation(Run& run, const PairMeasures& measures,
-                            const SearchThresholds& limits, SearchState& state,
-                            std::int32_t& pointCount) {
+                            const SearchThresholds& limits, const Turn& firstTurn,
+                            SearchState& state, PassGrids& grids, std::int32_t& pointCount) {
     PairState& pair = run.pair;
     const ScanRecord& secondScan = secondScanOf(run);
-    std::optional<CubeGrid> firstWorkGrid;  // none yet: firstWork was just turned anew
+    EngineScratch& scratch = engineScratch(run);
     for (std::int32_t pass = 0; pass < maxPassesPerCandidate; ++pass) {
         double secondStep = 0.0;  // an estimate with too few pairs leaves its angle unwritten
-        rotatedCopy(pair.secondCloud, state.secondTotal, secondScan.gpsX, secondScan.gpsY,
-                    pair.secondWork);
-        pair.secondBounds = computeBounds(pair.secondWork);
-        gridBothWorkClouds(run, firstWorkGrid);
+        const Turn secondTurn = turnAbout(state.secondTotal, secondScan.gpsX, secondScan.gpsY);
+        pair.secondBounds =
+            turnedBounds(run, pair.secondCloud, secondTurn, grids.last, scratch.secondOrder);
+        gridBothWorkClouds(run, firstTurn, secondTurn, grids);
         measures.estimate(run, pair.firstWork, pair.secondWork,
                           static_cast<double>(limits.maxDist), static_cast<double>(limits.minDist),
                           pointCount, secondStep, secondScan.gpsX, secondScan.gpsY,
@@ -82,19 +93,22 @@ void convergeSecondRotation(Run& run, const PairMeasures& measures,
 // Turns the first scan to `candidate`, solves the second, and keeps the pair of
 // rotations if its RMS beats the best so far (strictly: of equal ones the earlier stays).
 void tryCandidate(Run& run, const PairMeasures& measures, const SearchThresholds& limits,
-                  double candidate, SearchState& state, std::int32_t& pointCount) {
+                  double candidate, SearchState& state, PassGrids& grids,
+                  std::int32_t& pointCount) {
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
     const ScanRecord& secondScan = secondScanOf(run);
+    EngineScratch& scratch = engineScratch(run);
     printProgress(run, state.bestRms, limits);
-    rotatedCopy(pair.firstCloud, candidate, firstScan.gpsX, firstScan.gpsY, pair.firstWork);
-    pair.firstBounds = computeBounds(pair.firstWork);
-    convergeSecondRotation(run, measures, limits, state, pointCount);
+    const Turn firstTurn = turnAbout(candidate, firstScan.gpsX, firstScan.gpsY);
+    pair.firstBounds = turnedBounds(run, pair.firstCloud, firstTurn, grids.last, scratch.firstOrder);
+    grids.isFirstWorkPlaced = false;
+    convergeSecondRotation(run, measures, limits, firstTurn, state, grids, pointCount);
 
     // The last step is taken in too; the grid stays that of the last pass.
-    rotatedCopy(pair.secondCloud, state.secondTotal, secondScan.gpsX, secondScan.gpsY,
+    const Turn secondTurn = turnAbout(state.secondTotal, secondScan.gpsX, secondScan.gpsY);
+    placeTurned(run, pair.secondCloud, secondTurn, grids.last, scratch.secondOrder,
                 pair.secondWork);
-    gridOnOverlap(run, pair.secondWork);
     const double rms = measures.measure(run, pair.firstWork, pair.secondWork,
                                         static_cast<double>(limits.maxDist), pointCount,
                                         run.options.ZMIN);
@@ -110,12 +124,12 @@ void tryCandidate(Run& run, const PairMeasures& measures, const SearchThresholds
 // before it starts, so a new best inside the walk does not move it.
 void walkCandidates(Run& run, const PairMeasures& measures, const CandidateWalk& walk,
                     const SearchThresholds& limits, std::int32_t iteration, SearchState& state,
-                    std::int32_t& pointCount) {
+                    PassGrids& grids, std::int32_t& pointCount) {
     double candidate = walk.firstCandidate;
     while (walk.upperAngle > candidate) {
         run.state.percentDone = partialLeastSquaresPercent(
             run.state.pairsDone, run.state.progressScans, iteration, run.options.MAXITER);
-        tryCandidate(run, measures, limits, candidate, state, pointCount);
+        tryCandidate(run, measures, limits, candidate, state, grids, pointCount);
         if (!stepForward(candidate, walk.searchStep)) break;
     }
 }
@@ -154,6 +168,8 @@ double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
     double previousBestFirst = noPreviousBest;
     double previousBestSecond = noPreviousBest;
     double searchRange = options.ALPHA;
+    PassGrids grids;
+    forgetKeys(run);
     std::printf("Registering Scans\n");
     // Only the first scan's stored rotation centres the search; the second starts at 0.0.
     state.bestFirst = storedRotation(firstScanOf(run));
@@ -162,7 +178,7 @@ double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
         const CandidateWalk walk =
             candidateWalk(searchRange, state.bestFirst, options.ALPHAINC, iteration);
         const SearchThresholds limits = partialLeastSquaresThresholds(options, iteration);
-        walkCandidates(run, measures, walk, limits, iteration, state, pointCount);
+        walkCandidates(run, measures, walk, limits, iteration, state, grids, pointCount);
         // All three must hold: settled rotations with a poor RMS search on, and so does
         // a good RMS with rotations still moving.
         const bool isSettled =
@@ -178,8 +194,8 @@ double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
     firstRotation = radToDeg * state.bestFirst;
     secondRotation = radToDeg * state.bestSecond;
     reportResult(run, state, firstRotation, secondRotation, pointCount);
-    run.pair.firstWork.clear();  // empty between pairs; the capacity serves the next pair
-    run.pair.secondWork.clear();
+    clearWorkCloud(run.pair.firstWork);  // empty between pairs; the capacity serves the next
+    clearWorkCloud(run.pair.secondWork);
     return state.bestRms;
 }
 

@@ -4,8 +4,9 @@
 #include <cstdio>
 
 #include "points/cube_grid.h"
-#include "points/cube_sort.h"
 #include "points/transforms.h"
+#include "points/work_cloud.h"
+#include "registration/engine_scratch.h"
 #include "registration/solver_console.h"
 #include "registration/solver_pair.h"
 #include "registration/solver_schedule.h"
@@ -37,11 +38,14 @@ void makeCycleClouds(Run& run, const RotationTotals& totals) {
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
     const ScanRecord& secondScan = secondScanOf(run);
-    rotatedCopy(pair.firstCloud, totals.first, firstScan.gpsX, firstScan.gpsY, pair.firstWork);
-    rotatedCopy(pair.secondCloud, totals.second, secondScan.gpsX, secondScan.gpsY,
-                pair.secondWork);
-    gridOnOverlap(run, pair.firstWork);
-    gridOnOverlap(run, pair.secondWork);
+    EngineScratch& scratch = engineScratch(run);
+    const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
+    run.state.cubeCount = grid.cubeCount;
+    placeTurned(run, pair.firstCloud, turnAbout(totals.first, firstScan.gpsX, firstScan.gpsY),
+                grid, scratch.firstOrder, pair.firstWork);
+    placeTurned(run, pair.secondCloud,
+                turnAbout(totals.second, secondScan.gpsX, secondScan.gpsY), grid,
+                scratch.secondOrder, pair.secondWork);
 }
 
 // Up to MAXITER passes of one cycle. The clouds are only turned in place between passes:
@@ -59,12 +63,12 @@ void runPasses(Run& run, const PairMeasures& measures, const PingPongThresholds&
         measures.estimate(run, pair.firstWork, pair.secondWork, limits.maxDist, minDist,
                           pointCount, secondStep, secondScan.gpsX, secondScan.gpsY, options.ZMIN);
         progress.totals.second += secondStep;
-        rotateCloud(pair.secondWork, secondStep, secondScan.gpsX, secondScan.gpsY);
+        turnInPlace(run, pair.secondWork, turnAbout(secondStep, secondScan.gpsX, secondScan.gpsY));
         progress.lastRms =
             measures.estimate(run, pair.secondWork, pair.firstWork, limits.maxDist, minDist,
                               pointCount, firstStep, firstScan.gpsX, firstScan.gpsY, options.ZMIN);
         progress.totals.first += firstStep;
-        rotateCloud(pair.firstWork, firstStep, firstScan.gpsX, firstScan.gpsY);
+        turnInPlace(run, pair.firstWork, turnAbout(firstStep, firstScan.gpsX, firstScan.gpsY));
 
         run.state.percentDone = wholePercentOfPairs(run.state.pairsDone, run.state.progressScans);
         std::printf("%0.1f Complete, RMSmin = %lf, %i pts, Dist %f to %f \r",
@@ -128,6 +132,7 @@ double solvePingPongWith(Run& run, const PairMeasures& measures, double& firstRo
     PingPongProgress progress;
     progress.lastRms = static_cast<double>(pair.initialRms);
     RotationTotals previous;  // 0.0 before the first cycle, whatever the start values
+    forgetKeys(run);
     std::printf("Registering Scans\n");
     progress.totals.first = storedRotation(firstScan);
     progress.totals.second = storedRotation(secondScan);
@@ -150,8 +155,8 @@ double solvePingPongWith(Run& run, const PairMeasures& measures, double& firstRo
     secondScan.northRotation = progress.totals.second;
     iterationCount = progress.iterationCount;
     reportResult(run, firstScan, secondScan, progress, firstRotation, secondRotation, pointCount);
-    pair.firstWork.clear();  // empty between pairs; the capacity serves the next pair
-    pair.secondWork.clear();
+    clearWorkCloud(pair.firstWork);  // empty between pairs; the capacity serves the next
+    clearWorkCloud(pair.secondWork);
     return progress.lastRms;
 }
 

@@ -1,8 +1,10 @@
 #include "registration/rotation_estimator.h"
 
 #include <cmath>
+#include <vector>
 
 #include "registration/cube_walk.h"
+#include "registration/engine_scratch.h"
 #include "registration/surface_geometry.h"
 
 // The measuring walk with a rotation fit added: every accepted sample s is paired with
@@ -26,23 +28,15 @@ struct FitSums {
 };
 
 // Point to point gives an RMS but no rotation: the eight fit sums stay 0.
-void fitPointToPoint(const NearestList& nearest, double maxDistance, FitSums& sums) {
-    if (nearest.position[0] < 0) return;  // nothing came near enough to enter the list
-    const double squared = nearest.squaredDistance[0];
-    if (!(maxDistance * maxDistance >= squared)) return;
-    sums.squares += squared;
-    ++sums.acceptedCount;
-}
-
-void fitPointToPlane(const CubeWalk& walk, const PointRecord& sample, const NearestList& nearest,
-                     double maxDistance, double minDistance, FitSums& sums) {
-    if (nearest.position[2] < 0) return;  // the plane needs all three places
-    const Plane plane = planeOfNearest(walk, nearest);
-    if (isDegenerate(plane)) return;
-    const Point3 s = pointOf(sample);
-    const double d = distanceToPlane(plane, s);
-    if (!(maxDistance >= d && d >= minDistance)) return;
-    const Point3 f = planeFoot(plane, d, s);
+void addToFit(const SampleOutcome& outcome, bool isPointToPoint, FitSums& sums) {
+    if (isPointToPoint) {
+        sums.squares += outcome.distance;
+        ++sums.acceptedCount;
+        return;
+    }
+    const double d = outcome.distance;
+    const Point3& s = outcome.sample;
+    const Point3& f = outcome.partner;
     sums.squares += d * d;
     sums.Ssx += s.x;
     sums.Ssy += s.y;
@@ -68,23 +62,25 @@ double rotationFromSums(const FitSums& sums, double px, double py) {
 
 }  // namespace
 
-double estimateRotation(Run& run, std::span<const PointRecord> subject,
-                        std::span<const PointRecord> reference, double maxDistance,
-                        double minDistance, std::int32_t& acceptedCount, double& rotationOut,
-                        double pivotX, double pivotY, double zMin) {
+double estimateRotation(Run& run, const WorkCloud& subject, const WorkCloud& reference,
+                        double maxDistance, double minDistance, std::int32_t& acceptedCount,
+                        double& rotationOut, double pivotX, double pivotY, double zMin) {
     acceptedCount = 0;
     const std::int32_t regMode = run.options.REGMODE;
+    SampleRule rule;
+    rule.isPointToPoint = regMode == 0;
+    // Only point to point and point to plane are fitted; other modes measure nothing.
+    rule.measuresNothing = regMode != 0 && regMode != 1;
+    rule.needsPartner = !rule.isPointToPoint;  // the foot on the plane
+    rule.maxDistance = maxDistance;
+    rule.minDistance = minDistance;
+    std::vector<WalkPart>& parts = engineScratch(run).walkParts;
+    walkCubes(run, inGridRuns(subject), inGridRuns(reference), zMin, rule, parts);
+    // Every sum is formed here, one accepted sample after the other in walk order.
     FitSums sums;
-    CubeWalk walk = startCubeWalk(run, subject, reference, zMin);
-    while (nextSampledCube(walk)) {
-        // Only point to point and point to plane are fitted; other modes measure nothing.
-        if (regMode != 0 && regMode != 1) continue;
-        for (std::int32_t k = 0; k < walk.samplesPerCube; ++k) {
-            const PointRecord& sample = sampleOf(walk, k);
-            const NearestList nearest = nearestInCube(walk, sample);
-            if (regMode == 0) fitPointToPoint(nearest, maxDistance, sums);
-            else fitPointToPlane(walk, sample, nearest, maxDistance, minDistance, sums);
-        }
+    for (const WalkPart& part : parts) {
+        for (const SampleOutcome& outcome : part.accepted) addToFit(outcome, rule.isPointToPoint, sums);
+        if (part.hasTooManyPoints) stopForTooManyPoints();
     }
     acceptedCount = sums.acceptedCount;
     if (sums.acceptedCount < run.options.MINNUMPTS) return 999.0;

@@ -1,5 +1,8 @@
 #include "run/console.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -17,6 +20,11 @@ void reportOutOfMemory() {
 
 void endRun(int exitCode) {
     waitForKey();
+    leaveRun(exitCode);
+}
+
+void leaveRun(int exitCode) {
+    std::fflush(stdout);
     std::exit(exitCode);
 }
 
@@ -28,7 +36,23 @@ void endRunOnFailedWrite(const std::string& path, int errorNumber, std::FILE* lo
         std::fprintf(log, "Unable to write %s: %s \n", path.c_str(), reason);
         std::fflush(log);
     }
-    endRun(1);
+    endRun(exitFailed);
+}
+
+// The duplicate is taken first: were standard input closed, the empty device opened next
+// would land on its descriptor, already in place.
+FileHandle stopReadingKeys() {
+    const int original = dup(STDIN_FILENO);
+    const int emptyDevice = open("/dev/null", O_RDONLY);
+    if (emptyDevice >= 0 && emptyDevice != STDIN_FILENO) {
+        dup2(emptyDevice, STDIN_FILENO);
+        close(emptyDevice);
+    }
+    std::clearerr(stdin);
+    if (original < 0) return {};
+    FileHandle keyboard(fdopen(original, "r"));
+    if (!keyboard) close(original);
+    return keyboard;
 }
 
 }  // namespace sorvek

@@ -3,11 +3,14 @@
 #include <cstdio>
 #include <cstring>
 
+#include "batch/wall_clock.h"
 #include "config/option_reader.h"
+#include "output/run_report.h"
 #include "run/console.h"
 #include "run/output_file.h"
 #include "run/records.h"
 #include "run/run_modes.h"
+#include "run/worker_pool.h"
 #include "survey/scan_neighbors.h"
 
 namespace sorvek {
@@ -24,7 +27,7 @@ std::string promptForDatabase() {
     char word[256] = {};
     if (std::scanf("%255s", word) != 1 || std::strlen(word) < 5) {
         std::printf("INVALID FILE. Please restart program!\n");
-        endRun(1);
+        endRun(exitFailed);
     }
     return word;
 }
@@ -40,14 +43,14 @@ void openLog(RunState& state) {
     if (!state.logFile) {
         std::printf("Unable to create %s \n", state.logPath.c_str());
         std::printf("Please verify that the path exists. \n");
-        endRun(1);
+        endRun(exitFailed);
     }
 }
 
 void takeDataSets(Run& run, int argumentCount, char** arguments) {
     if (argumentCount < 3) {
         std::printf("Mode 5 needs two data sets on the command line \n");
-        endRun(1);
+        endRun(exitFailed);
     }
     run.pair.firstPath = arguments[1];
     run.pair.secondPath = arguments[2];
@@ -59,7 +62,14 @@ void refuseResumeUnlessPossible(const Run& run) {
     if (hasIndependentPairs(run)) return;
     std::printf("--resume continues the passes of modes 3 and 7, and of mode 6 unless Ping Pong "
                 "solves it \n");
-    endRun(1);
+    endRun(exitFailed);
+}
+
+// With --yes no key is read. A menu that --mode leaves open still takes its answer from
+// the input as it came, through a stream of its own.
+void stopReadingKeysFor(RunState& state) {
+    FileHandle keyboard = stopReadingKeys();
+    if (!state.commandLine.mode) state.menuInput = std::move(keyboard);
 }
 
 }  // namespace
@@ -70,26 +80,33 @@ std::string optionPathFor(const std::string& programPath) {
     return programPath.substr(0, separator + 1) + optionFileName;
 }
 
-int runEntry(int argumentCount, char** arguments, bool resumesResults,
+int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine,
              void (*spreadPass)(Run& run, const std::string& path)) {
+    const std::time_t startTime = wallClockNow();
     Run run;
-    run.state.resumesResults = resumesResults;
+    run.state.commandLine = commandLine;
     run.state.spreadPass = spreadPass;
+    if (commandLine.answersYes) stopReadingKeysFor(run.state);
+    const std::size_t threadCount = commandLine.threadCount > 0
+                                        ? static_cast<std::size_t>(commandLine.threadCount)
+                                        : hardwareThreadCount();
+    run.state.workers = std::make_unique<WorkerPool>(threadCount);
     run.state.optionPath = optionPathFor(argumentCount >= 1 ? arguments[0] : "");
     run.state.databasePath = databasePathFor(argumentCount, arguments);
     readOptions(run);
     const RunMode mode = run.state.runMode;
-    if (resumesResults) refuseResumeUnlessPossible(run);
+    if (commandLine.resumesResults) refuseResumeUnlessPossible(run);
     if (mode == 5) takeDataSets(run, argumentCount, arguments);
     if (modeNeedsScanTable(mode)) prepareScans(run);
     run.state.rmsPhase = false;
     openLog(run.state);
     runStages(run, mode);
     requireLogWritten(closeFile(run.state.logFile), run.state);
+    if (!commandLine.reportPath.empty()) writeRunReport(run, startTime);
     std::printf("100 percent complete \n");
     std::printf("Press ENTER to close the program  \n");
     waitForKey();
-    return 0;
+    return exitDone;
 }
 
 }  // namespace sorvek

@@ -11,10 +11,13 @@
 #include <vector>
 
 #include "config/run_options.h"
+#include "run/command_line.h"
 
 namespace sorvek {
 
 struct Run;
+struct WorkerPool;
+struct EngineScratch;
 
 // The short pi is deliberate: every stored angle of a survey was converted with it.
 inline constexpr double degToRad = 3.14159265 / 180.0;   // 0.017453292500000002
@@ -76,12 +79,16 @@ inline FileHandle openFile(const std::string& path, const char* mode) {
     return FileHandle(std::fopen(path.c_str(), mode));  // empty handle when it fails
 }
 
-// Scratch that the pair engine rebuilds again and again; it keeps its capacity between
-// uses so that no pass after the first allocates or touches fresh pages.
-struct WorkBuffers {
-    Cloud sortScratch;                    // second array of the radix sort
-    std::vector<std::int32_t> candidates; // candidate positions of the cube in hand
-    std::vector<std::int32_t> samples;    // sample positions chosen from the candidates
+
+// A solver's working copy of a cloud: the points in cube order, their coordinates in
+// three arrays so that the walk reads a cube's points as runs of doubles.
+struct WorkCloud {
+    std::vector<double> x;               // coordinates, in cube order
+    std::vector<double> y;
+    std::vector<double> z;
+    std::vector<std::uint32_t> cube;     // ascending over the first inGridCount points; the
+                                         // out-of-grid index for the rest
+    std::size_t inGridCount = 0;         // points inside the grid, which come first
 };
 
 struct PairState {
@@ -93,8 +100,8 @@ struct PairState {
     std::string secondPath;           // file loaded as the second cloud; drivers, entry
     Cloud firstCloud;                 // loaded, transformed and sorted; pair preparation
     Cloud secondCloud;                // likewise for the second scan
-    Cloud firstWork;                  // rotated working copy of firstCloud; solvers
-    Cloud secondWork;                 // rotated working copy of secondCloud; solvers
+    WorkCloud firstWork;              // turned working copy of firstCloud; solvers
+    WorkCloud secondWork;             // turned working copy of secondCloud; solvers
     CloudBounds firstBounds;          // bounds of the first cloud; preparation and solvers
     CloudBounds secondBounds;         // bounds of the second cloud; preparation and solvers
     CloudBounds overlapBounds;        // box common to both clouds, grid of the pair
@@ -102,7 +109,8 @@ struct PairState {
     float initialRms12 = noInitialRms;  // first against second; preparation in modes 1, 5, 6
     float initialRms = noInitialRms;    // mean of the two; a solver must beat it
     double meanCliffDistance = 0.0;   // half the sum of the clouds' Cliff Distances; preparation
-    WorkBuffers buffers;              // reused scratch of grid, sort and measure
+    std::shared_ptr<EngineScratch> scratch;  // reused scratch of ordering and walk, kept
+                                             // from pair to pair; see engineScratch
 };
 
 struct RunState {
@@ -124,10 +132,14 @@ struct RunState {
     std::string rotPath;              // rotation result file
     std::string rmsPath;              // RMS result file
     std::string logPath;              // log file
-    bool resumesResults = false;      // --resume: keep an earlier run's rows and do the rest
     // sorvek-mpi sets this: runs a site pass or a line's RMS pass over the processes of the
     // job instead of in this one; nullptr in sorvek.
     void (*spreadPass)(Run& run, const std::string& path) = nullptr;
+    std::shared_ptr<WorkerPool> workers;  // threads of the pair engine; none: the calling
+                                          // thread alone. Made by the entry
+    CommandLine commandLine;          // what the flags before the arguments said; entry
+    FileHandle menuInput;             // the menu's answer while --yes keeps keys away; else
+                                      // empty, and the menu reads standard input; entry
 };
 
 // The single run context: every stage receives it by reference.

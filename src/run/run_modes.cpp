@@ -63,16 +63,16 @@ std::span<const StageStep> stageTable() { return stages; }
 
 bool modeNeedsScanTable(RunMode mode) { return mode != 5; }
 
+bool modeCanResume(RunMode mode) { return mode == 3 || mode == 6 || mode == 7; }
+
 bool hasIndependentPairs(const Run& run) {
-    switch (run.state.runMode) {
-    case 3:
-    case 7:
-        return true;
-    case 6:
-        return run.options.REGSOL == 0 || run.options.REGSOL == 1;  // not Ping Pong
-    default:
-        return false;
-    }
+    const RunMode mode = run.state.runMode;
+    if (!modeCanResume(mode)) return false;
+    return mode != 6 || run.options.REGSOL == 0 || run.options.REGSOL == 1;  // not Ping Pong
+}
+
+bool modeWritesReport(RunMode mode) {
+    return mode == 1 || mode == 3 || mode == 4 || mode == 6 || mode == 7;
 }
 
 void runStages(Run& run, RunMode mode) {

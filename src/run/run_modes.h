@@ -31,6 +31,13 @@ bool modeNeedsScanTable(RunMode mode);
 // their rows or spread over processes. Mode 4 chains its stages and counts as neither.
 bool hasIndependentPairs(const Run& run);
 
+// The modes whose pass can be resumed from its rows: 3, 6 and 7 (mode 6 only when Ping
+// Pong does not solve it, which the options tell, not the mode).
+bool modeCanResume(RunMode mode);
+
+// The modes that register or evaluate pairs, after whose stages a report can show them.
+bool modeWritesReport(RunMode mode);
+
 // Runs the steps of `mode`, setting rmsPhase for each. A mode without steps does nothing.
 void runStages(Run& run, RunMode mode);
 

@@ -40,7 +40,7 @@ std::string describeFault(const RowRead& read) {
                     path.c_str(), static_cast<long long>(read.startLine),
                     describeFault(read).c_str());
     }
-    endRun(1);
+    endRun(exitFailed);
 }
 
 void echoHeader(FormatCursor& cursor, const std::string& path) {
@@ -49,7 +49,7 @@ void echoHeader(FormatCursor& cursor, const std::string& path) {
     if (header.isTooLong) {
         std::printf("Unable to read data file %s: the header on line 1 is longer than 255 characters. Please shorten it and try again. \n",
                     path.c_str());
-        endRun(1);
+        endRun(exitFailed);
     }
 }
 
@@ -100,7 +100,7 @@ std::int32_t countScans(Run& run) {
         if (count == INT32_MAX) {
             std::printf("Unable to read data file %s: it holds more than %i rows. \n", path.c_str(),
                         INT32_MAX);
-            endRun(1);
+            endRun(exitFailed);
         }
         ++count;
     }
@@ -118,7 +118,7 @@ std::vector<ScanRecord> loadScanDatabase(Run& run) {
     if (!file) {
         std::printf("Unable to open data file at %s \n", path.c_str());
         std::printf("Please verify the location of the file and try again. \n");
-        endRun(1);
+        endRun(exitFailed);
     }
     FormatCursor cursor{file.get()};
     echoHeader(cursor, path);

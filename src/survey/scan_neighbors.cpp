@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <span>
 
+#include "run/console.h"
 #include "survey/database_reader.h"
 
 namespace sorvek {
@@ -74,7 +74,7 @@ void printNeighbourLine(std::span<const ScanRecord> scans, const ScanRecord& sca
 // it go on, and the rest of the typed line is left for the closing prompt.
 void confirmOrQuit() {
     std::fflush(stdout);
-    if (std::getchar() == 'x') std::exit(1);
+    if (std::getchar() == 'x') leaveRun(exitQuit);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "points/binary_reader.h"
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
+#include "points/work_cloud.h"
 #include "registration/pair_measure.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -17,8 +18,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!sorvek::readBinaryPoints(file.path, cloud) || cloud.empty()) return 0;
     const sorvek::CloudBounds bounds = sorvek::computeBounds(cloud);
     sorvek::assignCubes(run, cloud, bounds, run.options.ZMIN);
-    sorvek::sortByCube(cloud, run.pair.buffers.sortScratch);
+    sorvek::sortByCube(run, cloud);
+    sorvek::WorkCloud work;
+    sorvek::copySorted(cloud, run.state.cubeCount, work);
     std::int32_t acceptedCount = 0;
-    (void)sorvek::measurePairRms(run, cloud, cloud, 0.5, acceptedCount, run.options.ZMIN);
+    (void)sorvek::measurePairRms(run, work, work, 0.5, acceptedCount, run.options.ZMIN);
     return 0;
 }

@@ -22,11 +22,12 @@ TEST(SortByCube, MatchesAStableComparisonSortOnKeysOfEveryWidth) {
         SCOPED_TRACE(::testing::Message() << c.low << " to " << c.high << ", " << c.size);
         std::mt19937 random(7);
         std::uniform_int_distribution<std::uint32_t> key(c.low, c.high);
-        Cloud cloud(c.size), scratch;
+        Cloud cloud(c.size);
+        sorvek::Run run;
         for (std::uint32_t i = 0; i < c.size; ++i) cloud[i] = {0.5 * i, 0, 0, key(random), i};
         Cloud expected = cloud;
         std::stable_sort(expected.begin(), expected.end(), byCube);
-        sortByCube(cloud, scratch);
+        sortByCube(run, cloud);
         EXPECT_TRUE(std::ranges::equal(cloud, expected, {}, fields, fields));
     }
 }

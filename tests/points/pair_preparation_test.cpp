@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "points/work_cloud.h"
+
 #include <cmath>
 #include <tuple>
 
@@ -51,7 +53,10 @@ TEST(PairPreparation, MeasuresBothDirectionsAndKeepsThe32BitMean) {
     std::int32_t result = 0, count12 = 0;
     const std::string out = prepare(run, result, groundBytes(0, 0, 0), groundBytes(1.05, 0.03, 0.04));
     ASSERT_EQ(result, 1);
-    const double rms12 = measurePairRms(run, run.pair.firstCloud, run.pair.secondCloud, 0.045, count12, run.options.ZMIN);
+    WorkCloud first, second;
+    copySorted(run.pair.firstCloud, run.state.cubeCount, first);
+    copySorted(run.pair.secondCloud, run.state.cubeCount, second);
+    const double rms12 = measurePairRms(run, first, second, 0.045, count12, run.options.ZMIN);
     EXPECT_EQ(run.pair.initialRms12, static_cast<float>(rms12));
     EXPECT_NE(static_cast<double>(run.pair.initialRms12), rms12);  // precision did fall
     EXPECT_NE(run.pair.initialRms21, run.pair.initialRms12);

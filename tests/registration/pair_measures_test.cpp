@@ -13,6 +13,7 @@
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
 #include "points/transforms.h"
+#include "points/work_cloud.h"
 #include "registration/cube_walk.h"
 #include "support/sorvek_session.h"
 
@@ -26,8 +27,28 @@ void gridAndSort(Run& run, Cloud& first, Cloud& second) {
     const CloudBounds overlap = overlapOf(computeBounds(first), computeBounds(second));
     for (Cloud* cloud : {&first, &second}) {
         assignCubes(run, *cloud, overlap, run.options.ZMIN);
-        sortByCube(*cloud, run.pair.buffers.sortScratch);
+        sortByCube(run, *cloud);
     }
+}
+
+Point3 pointOf(const PointRecord& record) { return {record.x, record.y, record.z}; }
+
+// The walk reads clouds in cube order with their coordinates apart: sorted records are
+// copied as they stand, their in-grid points being those below the grid's cube count.
+WorkCloud workOf(const Run& run, const Cloud& sorted) {
+    WorkCloud cloud;
+    copySorted(sorted, run.state.cubeCount, cloud);
+    return cloud;
+}
+
+double measure(Run& run, const Cloud& subject, const Cloud& reference, double maxDistance, std::int32_t& accepted) {
+    return measurePairRms(run, workOf(run, subject), workOf(run, reference), maxDistance, accepted, run.options.ZMIN);
+}
+
+double estimate(Run& run, const Cloud& subject, const Cloud& reference, double maxDistance, double minDistance,
+                std::int32_t& accepted, double& rotation, double pivotX, double pivotY) {
+    return estimateRotation(run, workOf(run, subject), workOf(run, reference), maxDistance, minDistance, accepted,
+                            rotation, pivotX, pivotY, run.options.ZMIN);
 }
 
 // Rolling ground, 12 m square, every `spacing` with a seeded jitter so that no three
@@ -113,7 +134,7 @@ TEST(PairMeasure, AgreesWithTheLiteralWalkOnGroundsThatOverlapInPart) {
             const Cloud& subject = secondIsSubject ? second : first;
             const Cloud& reference = secondIsSubject ? first : second;
             std::int32_t accepted = -1, expectedAccepted = -2;
-            const double rms = measurePairRms(run, subject, reference, c.maxDistance, accepted, run.options.ZMIN);
+            const double rms = measure(run, subject, reference, c.maxDistance, accepted);
             const double expected = literalMeasure(run, subject, reference, c.maxDistance, expectedAccepted);
             EXPECT_EQ(accepted, expectedAccepted);
             EXPECT_GT(accepted, 100);
@@ -162,7 +183,7 @@ TEST(PairMeasure, AcceptsUpToTheLimitNeedsMinnumptsAndDropsSamplesWithAnEmptyPla
         auto [subject, reference] = c.clouds;
         gridAndSort(run, subject, reference);
         std::int32_t accepted = 7;
-        const double rms = measurePairRms(run, subject, reference, c.maxDistance, accepted, run.options.ZMIN);
+        const double rms = measure(run, subject, reference, c.maxDistance, accepted);
         EXPECT_TRUE(rms == c.rms || (std::isnan(rms) && std::isnan(c.rms))) << rms;
         EXPECT_EQ(accepted, c.accepted);
     }
@@ -179,11 +200,11 @@ TEST(PairMeasure, ReportsADiagnosticFileItCannotCreateAndGoesOn) {
     Cloud first = namedGround(0.2, 0.0, 1), second = namedGround(0.15, 4.0, 2);
     gridAndSort(run, first, second);
     std::int32_t accepted = 0;
-    const double quiet = measurePairRms(run, second, first, 0.05, accepted, run.options.ZMIN);
+    const double quiet = measure(run, second, first, 0.05, accepted);
     run.state.runMode = 5;
     std::filesystem::current_path(dir);
     ::testing::internal::CaptureStdout();
-    const double rms = measurePairRms(run, second, first, 0.05, accepted, run.options.ZMIN);
+    const double rms = measure(run, second, first, 0.05, accepted);
     const std::string out = ::testing::internal::GetCapturedStdout();
     std::filesystem::current_path(previous);
     EXPECT_EQ(out, "Unable to create PointsScan1.txt \n");
@@ -220,13 +241,13 @@ TEST(RotationEstimator, TurnsASingleFootOntoItsSample) {
     const Cloud reference{{0, 1, 0}, {0, 1, 1}, {1, 2, 0}};
     std::int32_t accepted = 0;
     double rotation = 99.0;
-    EXPECT_NEAR(estimateRotation(run, subject, reference, 2.0, 0.0, accepted, rotation, 0.0, 0.0, run.options.ZMIN), std::sqrt(2.0), 1e-15);
+    EXPECT_NEAR(estimate(run, subject, reference, 2.0, 0.0, accepted, rotation, 0.0, 0.0), std::sqrt(2.0), 1e-15);
     EXPECT_EQ(accepted, 1);
     EXPECT_NEAR(rotation, -1.5707963267948966, 1e-15);
-    EXPECT_EQ(estimateRotation(run, subject, reference, 2.0, 1.5, accepted, rotation, 0.0, 0.0, run.options.ZMIN), 999.0);
+    EXPECT_EQ(estimate(run, subject, reference, 2.0, 1.5, accepted, rotation, 0.0, 0.0), 999.0);
     EXPECT_EQ(accepted, 0);  // the one distance, 1.414, lies below the lower limit
     run.options.NUMPPC = run.options.MINNUMPTS = 0;  // nothing needed and nothing accepted: 0 / 0, and no turn
-    EXPECT_TRUE(std::isnan(estimateRotation(run, subject, reference, 2.0, 0.0, accepted, rotation, 3.0, 4.0, run.options.ZMIN)));
+    EXPECT_TRUE(std::isnan(estimate(run, subject, reference, 2.0, 0.0, accepted, rotation, 3.0, 4.0)));
     EXPECT_EQ(accepted, 0);
     EXPECT_EQ(rotation, 0.0);
 }
@@ -261,7 +282,7 @@ TEST(RotationEstimator, FindsTheTurnBetweenTwoScansOfRadialWalls) {
         gridAndSort(run, subject, reference);
         std::int32_t accepted = 0;
         double rotation = 0.0;
-        estimateRotation(run, subject, reference, 0.5, 0.0, accepted, rotation, 1000.0, 2000.0, run.options.ZMIN);
+        estimate(run, subject, reference, 0.5, 0.0, accepted, rotation, 1000.0, 2000.0);
         EXPECT_GT(accepted, 1000);
         EXPECT_NEAR(rotation, trueAngle, 0.03 * std::fabs(trueAngle));
     }

@@ -56,8 +56,8 @@ enum class Solver { pingPong, partialLeastSquares, iterativeSearch };
 Outcome solveScripted(Solver solver, Run& run, const Answer& answer) {
     Outcome o;
     const auto record = [&](Run& r, Call call, std::int32_t& accepted, double& turn) {
-        call.firstTurn = std::atan2(r.pair.firstWork[0].y - 200.0, r.pair.firstWork[0].x - 100.0);
-        call.secondTurn = std::atan2(r.pair.secondWork[0].y - 203.0, r.pair.secondWork[0].x - 112.0);
+        call.firstTurn = std::atan2(r.pair.firstWork.y[0] - 200.0, r.pair.firstWork.x[0] - 100.0);
+        call.secondTurn = std::atan2(r.pair.secondWork.y[0] - 203.0, r.pair.secondWork.x[0] - 112.0);
         o.calls.push_back(call);
         accepted = static_cast<std::int32_t>(o.calls.size());
         return answer(call, o.calls.size(), turn);
@@ -116,7 +116,7 @@ TEST(PingPong, EachStepTurnsItsCloudAndEachCycleRestartsFromTheStoredTotals) {
     EXPECT_TRUE(out.printed.starts_with(
         "Registering Scans\n0.0 Complete, RMSmin = 0.800000, 2 pts, Dist 0.050000 to 0.500000 \r"));
     EXPECT_TRUE(out.printed.ends_with(noRotationClosing));
-    EXPECT_TRUE(run.pair.firstWork.empty() && run.pair.secondWork.empty());
+    EXPECT_TRUE(run.pair.firstWork.x.empty() && run.pair.secondWork.x.empty());
 }
 
 TEST(PartialLeastSquares, PrintsProgressAndTheRotationsWithScanIds) {
@@ -150,7 +150,7 @@ TEST(IterativeSearch, DefaultsMeasure1563TrialsAndOncePerCycleEnd) {
     EXPECT_EQ(out.pointCount, 1566);
     EXPECT_TRUE(out.printed.starts_with("registering points, Percent Complete 0.000000, RMS:  0.500000\r"));
     EXPECT_TRUE(out.printed.ends_with(noRotationClosing));
-    EXPECT_EQ(run.pair.firstWork.size(), 1U);  // left filled, unlike the other solvers
+    EXPECT_EQ(run.pair.firstWork.x.size(), 1U);  // left filled, unlike the other solvers
 }
 
 }  // namespace

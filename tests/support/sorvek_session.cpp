@@ -44,11 +44,11 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
 
 namespace {
 
-// Puts the program and its option file into workDir/bin and the input beside them, and
-// returns the shell command of the run, which ends in the program itself (or in the
-// launcher that starts it).
+// Puts `binary` as bin/sorvek and its option file into workDir/bin, and returns the shell
+// command of the run, which ends in the program itself (behind `launcher`, such as a time
+// limit or mpirun) with standard input from the redirection `input`.
 std::string prepareRun(const std::filesystem::path& binary, const std::filesystem::path& workDir,
-                       const std::vector<std::string>& args, const std::string& stdinText,
+                       const std::vector<std::string>& args, const std::string& input,
                        const std::optional<std::string>& optionText,
                        const std::string& shellPrefix, const std::string& launcher) {
     namespace fs = std::filesystem;
@@ -58,12 +58,11 @@ std::string prepareRun(const std::filesystem::path& binary, const std::filesyste
     fs::create_symlink(binary, binDir / "sorvek");
     fs::remove(binDir / "sorvek.txt");
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
-    writeFile(workDir / ".stdin", stdinText);
 
     std::string command =
         "cd " + quoted(workDir.string()) + " && " + shellPrefix + "exec " + launcher + "./bin/sorvek";
     for (const std::string& arg : args) command += " " + quoted(arg);
-    return command + " < .stdin > .stdout 2> .stderr";
+    return command + " " + input + " > .stdout 2> .stderr";
 }
 
 }  // namespace
@@ -71,16 +70,18 @@ std::string prepareRun(const std::filesystem::path& binary, const std::filesyste
 SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                         const std::string& stdinText, const std::optional<std::string>& optionText,
                         const std::string& shellPrefix) {
+    writeFile(workDir / ".stdin", stdinText);
     const std::string command =
-        prepareRun(SORVEK_BINARY, workDir, args, stdinText, optionText, shellPrefix, "");
+        prepareRun(SORVEK_BINARY, workDir, args, "< .stdin", optionText, shellPrefix, "");
     return finishSorvek(workDir, std::system(command.c_str()));
 }
 
 SessionResult runLaunched(const std::string& launcher, const std::filesystem::path& binary,
                           const std::filesystem::path& workDir, const std::vector<std::string>& args,
                           const std::string& stdinText, const std::optional<std::string>& optionText) {
+    writeFile(workDir / ".stdin", stdinText);
     const std::string command =
-        prepareRun(binary, workDir, args, stdinText, optionText, "", launcher);
+        prepareRun(binary, workDir, args, "< .stdin", optionText, "", launcher);
     return finishSorvek(workDir, std::system(command.c_str()));
 }
 
@@ -92,8 +93,9 @@ pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::s
 pid_t startLaunched(const std::string& launcher, const std::filesystem::path& binary,
                     const std::filesystem::path& workDir, const std::vector<std::string>& args,
                     const std::string& stdinText, const std::optional<std::string>& optionText) {
+    writeFile(workDir / ".stdin", stdinText);
     const std::string command =
-        prepareRun(binary, workDir, args, stdinText, optionText, "", launcher);
+        prepareRun(binary, workDir, args, "< .stdin", optionText, "", launcher);
     const pid_t pid = fork();
     if (pid == 0) {
         execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
@@ -110,6 +112,17 @@ SessionResult finishSorvek(const std::filesystem::path& workDir, int status) {
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     for (const char* name : {".stdin", ".stdout", ".stderr"}) fs::remove(workDir / name);
     return result;
+}
+
+SessionResult runSorvekRedirected(const std::filesystem::path& workDir,
+                                  const std::vector<std::string>& args,
+                                  const std::string& inputRedirection,
+                                  const std::optional<std::string>& optionText,
+                                  int timeLimitSeconds) {
+    const std::string command =
+        prepareRun(SORVEK_BINARY, workDir, args, inputRedirection, optionText, "",
+                   "timeout " + std::to_string(timeLimitSeconds) + " ");
+    return finishSorvek(workDir, std::system(command.c_str()));
 }
 
 }  // namespace sorvek::testing

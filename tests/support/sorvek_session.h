@@ -55,4 +55,13 @@ pid_t startLaunched(const std::string& launcher, const std::filesystem::path& bi
                     const std::string& stdinText,
                     const std::optional<std::string>& optionText = std::nullopt);
 
+// As runSorvek, but standard input is whatever the shell redirection `inputRedirection`
+// makes it ("<&-" closes it, "<> fifo" gives one that never ends), and the run is ended
+// after `timeLimitSeconds`: its exit code is then 124.
+SessionResult runSorvekRedirected(const std::filesystem::path& workDir,
+                                  const std::vector<std::string>& args,
+                                  const std::string& inputRedirection,
+                                  const std::optional<std::string>& optionText,
+                                  int timeLimitSeconds);
+
 }  // namespace sorvek::testing

@@ -1,0 +1,137 @@
+// The flags before the arguments: what each one sets, and every way a command line is
+// refused before the summary.
+
+#include "run/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "run/worker_pool.h"
+#include "support/sorvek_session.h"
+
+namespace sorvek {
+namespace {
+
+CommandLine parse(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (std::string& word : words) arguments.push_back(word.data());
+    return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(CommandLine, TakesThreadsBeforeTheArgumentsAndLeavesTheRestAlone) {
+    struct Case { std::vector<std::string> words; std::int32_t threads; int firstArgument; };
+    for (const Case& c : {Case{{"sorvek"}, 0, 1}, Case{{"sorvek", "line7.txt"}, 0, 1},
+                          Case{{"sorvek", "--threads", "1", "a.bxyz", "b.bxyz"}, 1, 3},
+                          Case{{"sorvek", "--threads", "1024"}, 1024, 3},
+                          Case{{"sorvek", "--threads", "2", "--threads", "07"}, 7, 5},
+                          // After the first argument a flag is an argument like any other.
+                          Case{{"sorvek", "line7.txt", "--threads", "2"}, 0, 1}}) {
+        SCOPED_TRACE(c.words.size());
+        const CommandLine line = parse(c.words);
+        EXPECT_TRUE(line.isValid) << line.problem;
+        EXPECT_EQ(line.threadCount, c.threads);
+        EXPECT_EQ(line.firstArgument, c.firstArgument);
+    }
+}
+
+TEST(CommandLine, RefusesAThreadCountOutsideOneTo1024) {
+    for (const char* value : {"0", "1025", "99999999999", "-2", "2x", "", "two"}) {
+        SCOPED_TRACE(value);
+        const CommandLine line = parse({"sorvek", "--threads", value});
+        EXPECT_FALSE(line.isValid);
+        EXPECT_EQ(line.problem, std::string("sorvek: --threads needs a number of threads from 1 to "
+                                            "1024, not \"") + value + "\"\n");
+    }
+    EXPECT_EQ(parse({"sorvek", "--threads"}).problem,
+              "sorvek: --threads needs a number of threads from 1 to 1024\n");
+}
+
+TEST(CommandLine, FlagsSetTheirFieldsAndLeaveTheArguments) {
+    const CommandLine none = parse({"sorvek", "a.bxyz", "-", "-b.txt"});  // dashes alone are arguments
+    EXPECT_TRUE(none.isValid);
+    EXPECT_FALSE(none.mode);
+    EXPECT_FALSE(none.answersYes);
+    EXPECT_TRUE(none.reportPath.empty());
+    EXPECT_EQ(none.firstArgument, 1);
+    const std::filesystem::path dir = testing::makeScratchDir("flags");
+    const std::string report = (dir / "line7.HTML").string();
+    const CommandLine all = parse({"sorvek", "--mode", "4", "--yes", "--report", report, "line7.txt"});
+    ASSERT_TRUE(all.isValid) << all.problem;
+    EXPECT_EQ(all.mode, 4);
+    EXPECT_TRUE(all.answersYes);
+    EXPECT_EQ(all.reportPath, report);
+    EXPECT_EQ(all.firstArgument, 6);
+    // A value may follow '=', the last of two equal flags wins, and "--" lets a database
+    // whose name begins with dashes through.
+    const CommandLine joined = parse({"sorvek", "--mode=7", "--mode=1", "--report=r.htm", "--", "--odd.txt"});
+    ASSERT_TRUE(joined.isValid) << joined.problem;
+    EXPECT_EQ(joined.mode, 1);
+    EXPECT_EQ(joined.reportPath, "r.htm");
+    EXPECT_EQ(joined.firstArgument, 5);
+    EXPECT_TRUE(parse({"sorvek", "--help", "line7.txt"}).asksForHelp);
+    EXPECT_TRUE(parse({"sorvek", "--version"}).asksForVersion);
+    std::filesystem::remove_all(dir);
+}
+
+TEST(CommandLine, RefusesWhatItCannotUse) {
+    const std::filesystem::path dir = testing::makeScratchDir("flags-refused");
+    std::filesystem::create_directory(dir / "folder.html");
+    const std::string folder = (dir / "folder.html").string();
+    const std::string missing = (dir / "missing" / "r.html").string();
+    struct Case { std::vector<std::string> words; std::string problem; };
+    const Case cases[] = {
+        {{"sorvek", "--frob", "line7.txt"}, "unknown flag --frob; " + usageLine()},
+        {{"sorvek", "--Mode", "4"}, "unknown flag --Mode; " + usageLine()},
+        {{"sorvek", "--mode", "12"}, "--mode needs a mode from 0 to 9, not \"12\""},
+        {{"sorvek", "--mode=", "4"}, "--mode needs a mode from 0 to 9, not \"\""},
+        {{"sorvek", "--mode"}, "--mode needs a mode from 0 to 9"},
+        {{"sorvek", "--yes=1"}, "--yes takes no value"},
+        {{"sorvek", "--report", "line7.txt"}, "--report needs a file name ending in .html, not \"line7.txt\""},
+        {{"sorvek", "--report", ".html"}, "--report needs a file name ending in .html, not \".html\""},
+        {{"sorvek", "--report", folder}, "--report names a folder, not a file: \"" + folder + "\""},
+        {{"sorvek", "--report", missing}, "--report: the folder \"" + (dir / "missing").string() + "\" does not exist"},
+        {{"sorvek", "--mode", "8", "--report", "r.html"},
+         "--report: mode 8 writes no report; reports follow modes 1, 3, 4, 6 and 7"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.problem);
+        const CommandLine line = parse(c.words);
+        EXPECT_FALSE(line.isValid);
+        EXPECT_EQ(line.problem, "sorvek: " + c.problem + "\n");
+    }
+    std::filesystem::remove_all(dir);
+}
+
+// The refusal comes before the summary, as a bad command line: exit code 2.
+TEST(CommandLine, ABadThreadCountEndsTheProgramWithCodeTwoBeforeTheSummary) {
+    const testing::SessionResult result =
+        testing::runSorvek(testing::makeScratchDir("threads"), {"--threads", "0", "line7.txt"}, "1\n");
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "sorvek: --threads needs a number of threads from 1 to 1024, not \"0\"\n");
+}
+
+// Every part runs once, whatever the pool; a failing part's exception reaches the caller,
+// the lowest part's first, after all parts are done.
+TEST(WorkerPool, RunsEveryPartOnceAndPassesTheFirstFailureOn) {
+    for (const std::size_t threads : {1U, 2U, 5U}) {
+        SCOPED_TRACE(threads);
+        WorkerPool pool(threads);
+        std::vector<int> runs(37, 0);
+        runParts(&pool, runs.size(), [&](std::size_t part) { ++runs[part]; });
+        EXPECT_EQ(runs, std::vector<int>(37, 1));
+        try {
+            runParts(&pool, 9, [](std::size_t part) {
+                if (part == 6 || part == 3) throw std::runtime_error(std::to_string(part));
+            });
+            ADD_FAILURE() << "no exception";
+        } catch (const std::runtime_error& failure) {
+            EXPECT_STREQ(failure.what(), "3");
+        }
+    }
+}
+
+}  // namespace
+}  // namespace sorvek

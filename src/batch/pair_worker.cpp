@@ -5,6 +5,7 @@
 #include "batch/batch_pair.h"
 #include "batch/linear_sequence.h"
 #include "batch/site_batch.h"
+#include "run/worker_pool.h"
 
 namespace sorvek {
 
@@ -16,6 +17,7 @@ JobSetup jobSetupOf(const Run& run, PassKind kind) {
     setup.rmsPhase = run.state.rmsPhase;
     setup.progressScans = run.state.progressScans;
     setup.percentStep = run.state.percentStep;
+    setup.threadCount = run.state.workers ? static_cast<std::int32_t>(run.state.workers->threadCount) : 1;
     setup.scans = run.state.scans;
     return setup;
 }
@@ -39,6 +41,9 @@ bool startPairWorker(PairWorker& worker, const JobSetup& setup) {
     state.scanCount = static_cast<std::int32_t>(setup.scans.size());
     state.progressScans = setup.progressScans;
     state.percentStep = setup.percentStep;
+    // The engine's numbers do not depend on its thread count; its speed does, so each
+    // computing process runs as many threads as the owner does.
+    state.workers = std::make_shared<WorkerPool>(static_cast<std::size_t>(setup.threadCount));
     if (!openPairCapture(worker.capture)) return false;
     state.logFile = std::move(worker.capture.log);
     return true;

@@ -106,6 +106,7 @@ std::string encodeJobSetup(const JobSetup& setup) {
     putByte(bytes, setup.rmsPhase ? 1 : 0);
     put(bytes, setup.progressScans);
     put(bytes, setup.percentStep);
+    put(bytes, setup.threadCount);
     put(bytes, static_cast<std::uint64_t>(setup.scans.size()));
     for (const ScanRecord& scan : setup.scans) putScan(bytes, scan);
     return bytes;
@@ -120,6 +121,8 @@ std::optional<JobSetup> decodeJobSetup(std::string_view bytes) {
     setup.rmsPhase = takeFlag(reader);
     setup.progressScans = take<std::int32_t>(reader);
     setup.percentStep = take<double>(reader);
+    setup.threadCount = take<std::int32_t>(reader);
+    if (setup.threadCount < 1 || setup.threadCount > mostThreads) reader.isIntact = false;
     const auto scanCount = take<std::uint64_t>(reader);
     // Each scan takes far more than one byte, so a count beyond the bytes left is a lie.
     if (!reader.isIntact || scanCount > reader.rest.size()) return std::nullopt;

@@ -23,6 +23,7 @@ struct JobSetup {
     bool rmsPhase = false;                     // the owner's rmsPhase during the pass
     std::int32_t progressScans = 0;            // divisor of the solvers' progress figures
     double percentStep = 1.0;                  // Iterative Search's share of one inner step
+    std::int32_t threadCount = 1;              // engine threads of each computing process
     std::vector<ScanRecord> scans;             // the scan table with its neighbours
 };
 

@@ -96,6 +96,7 @@ TEST(SpreadMessages, JobTaskAndResultComeBackFieldForField) {
     setup.rmsPhase = true;
     setup.progressScans = 9;
     setup.percentStep = 2.5;
+    setup.threadCount = 3;
     ScanRecord scan;
     scan.gpsX = 1e6 + 0.125;
     scan.gpsY = -2.5;
@@ -123,6 +124,7 @@ TEST(SpreadMessages, JobTaskAndResultComeBackFieldForField) {
     EXPECT_TRUE(job->rmsPhase);
     EXPECT_EQ(job->progressScans, 9);
     EXPECT_EQ(job->percentStep, 2.5);
+    EXPECT_EQ(job->threadCount, 3);
     ASSERT_EQ(job->scans.size(), 2U);
     const ScanRecord& back = job->scans[0];
     EXPECT_EQ(back.gpsX, scan.gpsX);
@@ -174,6 +176,8 @@ TEST(SpreadMessages, DamagedMessagesAreRefused) {
     std::string badKind = job;
     badKind[0] = 3;
     EXPECT_FALSE(decodeJobSetup(badKind));
+    setup.threadCount = 0;  // a process without a thread could compute nothing
+    EXPECT_FALSE(decodeJobSetup(encodeJobSetup(setup)));
     EXPECT_FALSE(decodePairTask(""));
 }
 

@@ -31,24 +31,40 @@ std::string launcher(int rankCount) {
     return command + "-np " + std::to_string(rankCount) + " ";
 }
 
-SessionResult runSpread(const SurveyJob& job, int mode, const std::string& options,
-                        const std::vector<std::string>& flags = {}) {
-    std::vector<std::string> args = flags;
-    args.push_back(job.name + ".txt");
-    return testing::runLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir, args,
-                                std::to_string(mode) + "\n\n\n", job.baseOptions + options);
+// The flags that answer the dialogue, so that nothing is read from standard input.
+std::vector<std::string> unattended(int mode, std::vector<std::string> more = {}) {
+    std::vector<std::string> flags = {"--mode", std::to_string(mode), "--yes"};
+    flags.insert(flags.end(), more.begin(), more.end());
+    return flags;
 }
 
-// Runs `mode` with sorvek, then with sorvek-mpi on three ranks, and compares everything.
+std::vector<std::string> withDatabase(std::vector<std::string> flags, const SurveyJob& job) {
+    flags.push_back(job.name + ".txt");
+    return flags;
+}
+
+SessionResult runAlone(const SurveyJob& job, const std::string& options,
+                       const std::vector<std::string>& flags) {
+    return testing::runSorvek(job.dir, withDatabase(flags, job), "", job.baseOptions + options);
+}
+
+SessionResult runSpread(const SurveyJob& job, const std::string& options,
+                        const std::vector<std::string>& flags) {
+    return testing::runLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir, withDatabase(flags, job),
+                                "", job.baseOptions + options);
+}
+
+// Runs `mode` with sorvek on one thread, then with sorvek-mpi on three ranks of two
+// threads each, and compares everything.
 void expectSameAsOneProcess(const SurveyJob& job, int mode, const std::string& options,
                             const std::string& resultName) {
-    const SessionResult alone = testing::runMode(job, mode, options);
+    const SessionResult alone = runAlone(job, options, unattended(mode, {"--threads", "1"}));
     ASSERT_EQ(alone.exitCode, 0) << alone.out;
     const std::string aloneRows = testing::readFile(job.dir / resultName);
     const std::string aloneLog = testing::readFile(job.dir / "joblog.txt");
     std::filesystem::remove(job.dir / resultName);
     std::filesystem::remove(job.dir / "joblog.txt");
-    const SessionResult spread = runSpread(job, mode, options);
+    const SessionResult spread = runSpread(job, options, unattended(mode, {"--threads", "2"}));
     EXPECT_EQ(spread.exitCode, 0);
     EXPECT_EQ(testing::withTimesZeroed(spread.out), testing::withTimesZeroed(alone.out));
     EXPECT_EQ(spread.err, alone.err);
@@ -73,6 +89,28 @@ TEST(SpreadRuns, LineEvaluationGivesWhatOneProcessGives) {
     std::filesystem::remove_all(line.dir);
 }
 
+// The report is written by rank 0 after the spread pass, from the same rows and log.
+std::string withRunTimeDropped(std::string page) {
+    const std::size_t start = page.find("<p class=\"run-time\">");
+    if (start != std::string::npos) page.erase(start, page.find('\n', start) - start);
+    return page;
+}
+
+TEST(SpreadRuns, Rank0WritesTheReportOneProcessWrites) {
+    const SurveyJob site = testing::makeSurveyJob("spread-report", testing::smallSpec("site", "north", 9, 3000));
+    const std::string options = "GPSMAXDIST 25\n";
+    const std::vector<std::string> flags = unattended(7, {"--report", "site.html"});
+    ASSERT_EQ(runAlone(site, options, flags).exitCode, 0);
+    const std::string alonePage = testing::readFile(site.dir / "site.html");
+    std::filesystem::remove(site.dir / "site.html");
+    const SessionResult spread = runSpread(site, options, flags);
+    EXPECT_EQ(spread.exitCode, 0);
+    const std::string spreadPage = testing::readFile(site.dir / "site.html");
+    ASSERT_NE(alonePage.find("<p class=\"run-time\">"), std::string::npos);
+    EXPECT_EQ(withRunTimeDropped(spreadPage), withRunTimeDropped(alonePage));
+    std::filesystem::remove_all(site.dir);
+}
+
 // The first pairs are handed out before anyone knows that the very first one cannot be
 // read, with progress figures that count it: those pairs are computed again.
 TEST(SpreadRuns, AnUnreadableScanLeavesTheSameRowsLogAndProgressFigures) {
@@ -91,13 +129,14 @@ TEST(SpreadRuns, AFailedRowWriteEndsTheRunAsInOneProcess) {
     const SurveyJob site = testing::makeSurveyJob("spread-full", testing::smallSpec("site", "north", 9, 3000));
     const std::string options = "GPSMAXDIST 25\n";
     const std::string limit = "prlimit --fsize=300 ";
-    const SessionResult alone = testing::runLaunched(limit, SORVEK_BINARY, site.dir, {"job.txt"},
-                                                     "7\n\n\n", site.baseOptions + options);
+    const SessionResult alone = testing::runLaunched(limit, SORVEK_BINARY, site.dir,
+                                                     withDatabase(unattended(7), site), "",
+                                                     site.baseOptions + options);
     const std::string aloneRows = testing::readFile(site.dir / "jobrms.csv");
     const std::string aloneLog = testing::readFile(site.dir / "joblog.txt");
     const SessionResult spread = testing::runLaunched(
-        launcher(3) + "--mca btl self,tcp " + limit, SORVEK_MPI_BINARY, site.dir, {"job.txt"},
-        "7\n\n\n", site.baseOptions + options);
+        launcher(3) + "--mca btl self,tcp " + limit, SORVEK_MPI_BINARY, site.dir,
+        withDatabase(unattended(7), site), "", site.baseOptions + options);
     EXPECT_EQ(alone.exitCode, 1);
     EXPECT_EQ(spread.exitCode, 1);
     const std::string message = "Unable to write jobrms.csv: File too large \n";
@@ -135,8 +174,9 @@ std::size_t lineCount(const std::string& text) {
 // kills rank 2 and returns mpirun's exit status.
 int runAndKillARank(const SurveyJob& job, const std::string& options, std::size_t rowsBeforeKill) {
     std::filesystem::remove(job.dir / "jobreg.csv");
-    const pid_t launcherPid = testing::startLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir,
-                                                     {"job.txt"}, "6\n\n\n", job.baseOptions + options);
+    const pid_t launcherPid =
+        testing::startLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir,
+                               withDatabase(unattended(6), job), "", job.baseOptions + options);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
     pid_t victim = -1;
     while (std::chrono::steady_clock::now() < deadline) {
@@ -171,13 +211,12 @@ TEST(SpreadRuns, AKilledRankEndsTheJobAndResumeCompletesTheFileWithEitherProgram
     EXPECT_LT(kept.size(), finished.size());
     EXPECT_GE(lineCount(kept), 3U);
 
-    const SessionResult resumed = runSpread(job, 6, options, {"--resume"});
+    const SessionResult resumed = runSpread(job, options, unattended(6, {"--resume"}));
     EXPECT_EQ(resumed.exitCode, 0);
     EXPECT_EQ(testing::readFile(job.dir / "jobreg.csv"), finished);
 
     testing::writeFile(job.dir / "jobreg.csv", stopped);
-    const SessionResult alone = testing::runSorvek(job.dir, {"--resume", "job.txt"}, "6\n\n\n",
-                                                   job.baseOptions + options);
+    const SessionResult alone = runAlone(job, options, unattended(6, {"--resume"}));
     EXPECT_EQ(alone.exitCode, 0);
     EXPECT_EQ(testing::readFile(job.dir / "jobreg.csv"), finished);
     std::filesystem::remove_all(job.dir);

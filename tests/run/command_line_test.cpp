@@ -58,12 +58,15 @@ TEST(CommandLine, FlagsSetTheirFieldsAndLeaveTheArguments) {
     EXPECT_EQ(none.firstArgument, 1);
     const std::filesystem::path dir = testing::makeScratchDir("flags");
     const std::string report = (dir / "line7.HTML").string();
-    const CommandLine all = parse({"sorvek", "--mode", "4", "--yes", "--report", report, "line7.txt"});
+    EXPECT_FALSE(none.resumesResults);
+    const CommandLine all =
+        parse({"sorvek", "--mode", "7", "--yes", "--resume", "--report", report, "line7.txt"});
     ASSERT_TRUE(all.isValid) << all.problem;
-    EXPECT_EQ(all.mode, 4);
+    EXPECT_EQ(all.mode, 7);
     EXPECT_TRUE(all.answersYes);
+    EXPECT_TRUE(all.resumesResults);
     EXPECT_EQ(all.reportPath, report);
-    EXPECT_EQ(all.firstArgument, 6);
+    EXPECT_EQ(all.firstArgument, 7);
     // A value may follow '=', the last of two equal flags wins, and "--" lets a database
     // whose name begins with dashes through.
     const CommandLine joined = parse({"sorvek", "--mode=7", "--mode=1", "--report=r.htm", "--", "--odd.txt"});
@@ -95,6 +98,8 @@ TEST(CommandLine, RefusesWhatItCannotUse) {
         {{"sorvek", "--report", missing}, "--report: the folder \"" + (dir / "missing").string() + "\" does not exist"},
         {{"sorvek", "--mode", "8", "--report", "r.html"},
          "--report: mode 8 writes no report; reports follow modes 1, 3, 4, 6 and 7"},
+        {{"sorvek", "--resume", "--mode", "4"}, "--resume: mode 4 has no pass to resume; modes 3, 6 and 7 do"},
+        {{"sorvek", "--resume=yes", "line7.txt"}, "--resume takes no value"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.problem);

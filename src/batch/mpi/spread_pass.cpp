@@ -330,6 +330,7 @@ void runSpreadPass(Run& run, const std::string& path) {
         if (rank != ownerRank) sendMessage(rank, MessageTag::job, job);
     }
     if (!startPairWorker(ownWorker, setup)) throw std::bad_alloc();
+    ownWorker.run.state.workers = run.state.workers;  // idle meanwhile: the thread borrows it
     pass.ownThread = std::jthread(runOwnThread, std::ref(pass.mailbox), std::ref(ownWorker));
     coordinate(pass);
     stopOwnThread(pass);

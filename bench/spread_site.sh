@@ -11,9 +11,8 @@ warmup=${WARMUP:-1}
 job=$build/bench-site
 mpi=(mpirun --oversubscribe)
 [ "$(id -u)" -eq 0 ] && mpi+=(--allow-run-as-root)
-# One pair engine thread per process wherever the program takes --threads.
-threads=()
-"$build/sorvek" --help | grep -q -- --threads && threads=(--threads 1)
+# One pair engine thread per process: the comparison is of processes, not of threads.
+threads=(--threads 1)
 
 if [ ! -f "$job/site.txt" ]; then
   "$build/tools/sorvek-synth" --out "$job" --name site --layout site --scans 9 \
@@ -27,21 +26,22 @@ ln -sf "$build/sorvek" bin/sorvek
 ln -sf "$build/sorvek-mpi" bin/sorvek-mpi
 # bin/sorvek-mpi finds bin/sorvek.txt beside it, as bin/sorvek does.
 
-one=(./bin/sorvek "${threads[@]}" site.txt)
-two=("${mpi[@]}" -np 2 ./bin/sorvek-mpi "${threads[@]}" site.txt)
 for mode in 6 7; do
-  printf '%s\n\n\n' "$mode" > "stdin$mode"
+  flags=(--mode "$mode" --yes "${threads[@]}")
   hyperfine --runs "$runs" --warmup "$warmup" --output null \
-    --command-name "mode $mode, sorvek" "${one[*]} < stdin$mode" \
-    --command-name "mode $mode, mpirun -np 2 sorvek-mpi" "${two[*]} < stdin$mode"
+    --command-name "mode $mode, sorvek" "./bin/sorvek ${flags[*]} site.txt < /dev/null" \
+    --command-name "mode $mode, mpirun -np 2 sorvek-mpi" \
+      "${mpi[*]} -np 2 ./bin/sorvek-mpi ${flags[*]} site.txt < /dev/null"
   printf 'pairs in mode %s: %s\n' "$mode" "$(($(wc -l < "$([ "$mode" = 6 ] && echo sitereg.csv || echo siterms.csv)") - 1))"
 done
 
 # Memory: the largest resident set of each process over a whole mode 6 run.
-/usr/bin/time -f 'sorvek: max resident %M KB' "${one[@]}" < stdin6 > /dev/null 2> time.err
+flags=(--mode 6 --yes "${threads[@]}")
+/usr/bin/time -f 'sorvek: max resident %M KB' ./bin/sorvek "${flags[@]}" site.txt \
+  < /dev/null > /dev/null 2> time.err
 grep 'max resident' time.err
 "${mpi[@]}" -np 2 /usr/bin/time -f 'sorvek-mpi rank: max resident %M KB' ./bin/sorvek-mpi \
-  "${threads[@]}" site.txt < stdin6 > /dev/null 2> time.err
+  "${flags[@]}" site.txt < /dev/null > /dev/null 2> time.err
 grep 'max resident' time.err
 
 # What rank 0 costs per pair: a site of 40 scans of 400 points within reach of each other
@@ -63,11 +63,11 @@ cd "$small"
 ln -sf "$build/sorvek" bin/sorvek
 ln -sf "$build/sorvek-mpi" bin/sorvek-mpi
 for mode in 7 8; do
-  printf '%s\n\n\n' "$mode" > "stdin$mode"
+  flags="--mode $mode --yes ${threads[*]}"
   hyperfine --runs "$((runs * 3))" --warmup "$warmup" --output null \
-    --command-name "mode $mode of 40 tiny scans, sorvek" "./bin/sorvek ${threads[*]} tiny.txt < stdin$mode" \
+    --command-name "mode $mode of 40 tiny scans, sorvek" "./bin/sorvek $flags tiny.txt < /dev/null" \
     --command-name "mode $mode of 40 tiny scans, mpirun -np 1 sorvek-mpi" \
-      "${mpi[*]} -np 1 ./bin/sorvek-mpi ${threads[*]} tiny.txt < stdin$mode" \
+      "${mpi[*]} -np 1 ./bin/sorvek-mpi $flags tiny.txt < /dev/null" \
     --command-name "mode $mode of 40 tiny scans, mpirun -np 2 sorvek-mpi" \
-      "${mpi[*]} -np 2 ./bin/sorvek-mpi ${threads[*]} tiny.txt < stdin$mode"
+      "${mpi[*]} -np 2 ./bin/sorvek-mpi $flags tiny.txt < /dev/null"
 done

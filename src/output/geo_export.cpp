@@ -4,13 +4,15 @@
 #include <span>
 #include <string>
 
-#include "points/binary_reader.h"
+#include "points/point_file_kind.h"
+#include "points/point_loading.h"
 #include "points/transforms.h"
 #include "run/output_file.h"
 
-// Every scan's .bxyz cloud moved into the survey frame by its own scan matrix and
-// written as text. The registration results play no part, and neither does
-// SCANTRANSFORM: an exported cloud is always transformed.
+// Every scan's cloud moved into the survey frame by its own scan matrix and written as
+// text. The registration results play no part, and neither does SCANTRANSFORM: an
+// exported cloud is always transformed. A .bxyz file is read as it lies, with no text
+// reader after an empty one; text, LAS and PLY files take the text reader's course.
 namespace sorvek {
 namespace {
 
@@ -45,8 +47,9 @@ void exportScans(Run& run) {
     PairState& pair = run.pair;
     for (const ScanRecord& scan : run.state.scans) {
         pair.firstPath = exportedFileName(scan.fileName);
-        pair.firstCloud.clear();
-        readBinaryPoints(scan.fileName, pair.firstCloud);
+        CloudBounds bounds;
+        const ScanPosition scanner{scan.gpsX, scan.gpsY, scan.gpsZ};
+        loadPointFile(run, scanPointFile(scan.fileName), scanner, pair.firstCloud, bounds, false);
         if (!pair.firstCloud.empty()) {
             const ScanMatrix matrix = buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,
                                                       scan.gpsX, scan.gpsY, scan.gpsZ);

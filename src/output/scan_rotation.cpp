@@ -1,9 +1,10 @@
 #include "output/scan_rotation.h"
 
 // The stage streams points and never builds a cloud from a text file: it holds one line
-// at a time. A .bxyz scan is loaded whole and written back as a drop-in text replacement
-// in the frame of its own file, so that an RMS pass that applies the scan transform as
-// pair preparation always does sees the rotated scan.
+// at a time, and of a LAS or PLY file one chunk of points. A .bxyz scan is loaded whole
+// and written back as a drop-in text replacement in the frame of its own file, so that an
+// RMS pass that applies the scan transform as pair preparation always does sees the
+// rotated scan.
 
 #include <array>
 #include <cmath>
@@ -19,6 +20,7 @@
 #include "batch/wall_clock.h"
 #include "output/rotation_table.h"
 #include "points/binary_reader.h"
+#include "points/exchange_points.h"
 #include "points/point_file_kind.h"
 #include "points/transforms.h"
 #include "run/console.h"
@@ -178,9 +180,21 @@ void writeTextPoint(const Run& run, const ScanRecord& scan, const ScanTurn& turn
     ++output.pointsWritten;
 }
 
+// An input that could not be read: two log lines, its output file left empty and its scan
+// without a row.
+void giveUpUnreadableInput(const Run& run, const std::string& path, ScanOutput& output) {
+    if (std::FILE* log = run.state.logFile.get()) {
+        const bool isWritten =
+            std::fprintf(log, "Unable to open files: %s .", path.c_str()) >= 0 &&
+            std::fprintf(log, "Please check your input file for an error here. \n") >= 0 &&
+            std::fflush(log) == 0;
+        requireLogWritten(isWritten, run.state);
+    }
+    commitWholeFile(output.pointFile);
+}
+
 // A text scan, from its first pass on. Comment lines are kept where they stand; a data
-// line without three numbers writes nothing but still counts in Numpoints. An input that
-// cannot be read leaves its output file empty and its scan without a row.
+// line without three numbers writes nothing but still counts in Numpoints.
 void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEntry> table,
                     ScanOutput& output) {
     const std::string& path = run.pair.firstPath;
@@ -188,14 +202,7 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
     FileHandle in = openFile(path, "r");
     if (!in) {
         std::printf("Unable to open data file at %s \n", path.c_str());
-        if (std::FILE* log = run.state.logFile.get()) {
-            const bool isWritten =
-                std::fprintf(log, "Unable to open files: %s .", path.c_str()) >= 0 &&
-                std::fprintf(log, "Please check your input file for an error here. \n") >= 0 &&
-                std::fflush(log) == 0;
-            requireLogWritten(isWritten, run.state);
-        }
-        commitWholeFile(output.pointFile);
+        giveUpUnreadableInput(run, path, output);
         return;
     }
     std::printf("Loading data from file %s \n", path.c_str());
@@ -214,6 +221,29 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
     }
     in.reset();
     finishScan(output, scan, turn, counts.dataLines);
+}
+
+// A LAS or PLY scan takes the text path, each point as if it were the line "x y z". A file
+// refused on opening is given up like an input that does not open.
+void rotateExchangeScan(Run& run, const ScanRecord& scan, PointFileKind kind,
+                        std::span<const RotationEntry> table, ScanOutput& output) {
+    const std::string& path = run.pair.firstPath;
+    ExchangePoints points;
+    if (!openExchangePoints(path, kind, points)) {
+        giveUpUnreadableInput(run, path, output);
+        return;
+    }
+    std::printf("Loading data from file %s \n", path.c_str());
+    std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
+    const ScanTurn turn = chooseTurn(table, scan, points.pointCount);
+    for (auto chunk = nextExchangeChunk(points); !chunk.empty();
+         chunk = nextExchangeChunk(points)) {
+        for (const RawPoint& raw : chunk) {
+            const TextPointLine point = textPointLineOf(raw.x, raw.y, raw.z);
+            if (point.hasPoint) writeTextPoint(run, scan, turn, point, output);
+        }
+    }
+    finishScan(output, scan, turn, points.pointCount);
 }
 
 // The written point of a binary scan: back through the scan transform when it was
@@ -259,11 +289,12 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
     finishScan(output, scan, turn, pointCount);
 }
 
-// One scan: its output file, then text or binary by what the file holds.
+// One scan: its output file, then text, binary, LAS or PLY by what the file holds. The
+// output is named after the composed name even when a .las or .ply file stands in for it.
 void rotateScan(Run& run, std::size_t scanIndex, std::span<const RotationEntry> table,
                 OutputFile& rotFile, Cloud& cloud) {
     const ScanRecord& scan = run.state.scans[scanIndex];
-    run.pair.firstPath = scan.fileName;
+    run.pair.firstPath = scanPointFile(scan.fileName);
     run.state.rotatedFilePath = rotatedOutputFileName(scan.fileName);
     ScanOutput output;
     output.rotFile = &rotFile;
@@ -279,8 +310,13 @@ void rotateScan(Run& run, std::size_t scanIndex, std::span<const RotationEntry> 
         }
         return;
     }
-    if (!isTextPointFile(scan.fileName)) {
-        readBinaryPoints(scan.fileName, cloud);
+    const PointFileKind kind = pointFileKindOf(run.pair.firstPath);
+    if (isExchangeKind(kind)) {
+        rotateExchangeScan(run, scan, kind, table, output);
+        return;
+    }
+    if (kind == PointFileKind::binary) {
+        readBinaryPoints(run.pair.firstPath, cloud);
         if (!cloud.empty()) {
             rotateBinaryScan(run, scan, table, output, cloud);
             return;
@@ -320,6 +356,15 @@ TextPointLine parseTextPointLine(std::string_view line) {
     if (extract(in, point.carried1) && extract(in, point.carried2) && extract(in, point.carried3)) {
         extract(in, point.carried4);
     }
+    return point;
+}
+
+TextPointLine textPointLineOf(double x, double y, double z) {
+    TextPointLine point;
+    point.hasPoint = std::isfinite(x) && std::isfinite(y) && std::isfinite(z);
+    point.x = x;
+    point.y = y;
+    point.z = z;
     return point;
 }
 

@@ -26,6 +26,11 @@ struct TextPointLine {
 
 TextPointLine parseTextPointLine(std::string_view line);
 
+// The point as parseTextPointLine reads the line "x y z" written with "%.17g", which gives
+// back every finite double exactly: no point when a coordinate is not finite, since
+// formatted extraction refuses "nan" and "inf".
+TextPointLine textPointLineOf(double x, double y, double z);
+
 // The fourth carried value as the rotated file writes it: cut toward zero. NaN gives 0,
 // and a value beyond 32 bits gives the nearest 32-bit limit.
 std::int32_t cutTowardZero(float value);

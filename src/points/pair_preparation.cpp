@@ -2,11 +2,10 @@
 
 #include <cstdio>
 
-#include "points/binary_reader.h"
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
 #include "points/point_file_kind.h"
-#include "points/text_reader.h"
+#include "points/point_loading.h"
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/engine_scratch.h"
@@ -17,14 +16,8 @@
 namespace sorvek {
 namespace {
 
-struct ScanPlace {
-    double gpsX = 0.0;
-    double gpsY = 0.0;
-    double gpsZ = 0.0;
-};
-
 // Mode 5 has no scan table; the text reader then has no use for a position.
-ScanPlace placeOf(const Run& run, std::int32_t scanIndex) {
+ScanPosition placeOf(const Run& run, std::int32_t scanIndex) {
     const auto& scans = run.state.scans;
     const bool isInTable = scanIndex >= 0 && static_cast<std::size_t>(scanIndex) < scans.size();
     if (run.state.runMode == 5 || !isInTable) return {};
@@ -32,23 +25,13 @@ ScanPlace placeOf(const Run& run, std::int32_t scanIndex) {
     return {scan.gpsX, scan.gpsY, scan.gpsZ};
 }
 
-// A file that looks like text goes to the text reader alone; any other file is tried as
-// .bxyz first, and as text only when that delivered no record. Returns the Cliff
-// Distance, 0.0 for a .bxyz cloud.
-double loadCloud(Run& run, const std::string& path, std::int32_t scanIndex, Cloud& cloud,
+// Any file is tried as .bxyz records first when it is no other kind, and as text when that
+// delivered no record. The path becomes the file really read, for the messages and the
+// log. Returns the Cliff Distance, 0.0 for a .bxyz cloud.
+double loadCloud(Run& run, std::string& path, std::int32_t scanIndex, Cloud& cloud,
                  CloudBounds& bounds) {
-    double cliffDistance = 0.0;
-    if (!isTextPointFile(path)) {
-        readBinaryPoints(path, cloud);
-        if (!cloud.empty()) {
-            bounds.count = static_cast<std::int32_t>(cloud.size());  // the reader stops below 2^31
-            return cliffDistance;
-        }
-    }
-    const ScanPlace place = placeOf(run, scanIndex);
-    readTextPoints(run, path, cloud, bounds, cliffDistance, run.options.ZMIN, place.gpsX,
-                   place.gpsY, place.gpsZ);
-    return cliffDistance;
+    path = scanPointFile(path);
+    return loadPointFile(run, path, placeOf(run, scanIndex), cloud, bounds, true);
 }
 
 void moveIntoSurveyFrame(Run& run, std::int32_t scanIndex, Cloud& cloud) {

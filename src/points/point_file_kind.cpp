@@ -3,40 +3,72 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <string_view>
 
 #include "run/records.h"
 
-// A text point file read as .bxyz records would give nonsense coordinates without a word
-// of warning, so files that look like text go to the text reader directly. The test reads
-// at most the first 512 bytes.
+// A file read as the wrong kind gives nonsense coordinates without a word of warning, so
+// every reader is chosen by what the file begins with. The test reads at most the first
+// 512 bytes. Signatures come first: a PLY header is printable text too.
 namespace sorvek {
 namespace {
 
-constexpr long leastSize = 32;  // shorter files never reach the binary records anyway
+constexpr long leastTextSize = 32;  // shorter files never reach the binary records anyway
 constexpr std::size_t probeSize = 512;
 
 bool isTextByte(unsigned char byte) {
     return (byte >= 0x20 && byte <= 0x7E) || byte == '\t' || byte == '\r' || byte == '\n';
 }
 
-}  // namespace
+bool startsWith(std::string_view head, std::string_view signature) {
+    return head.substr(0, signature.size()) == signature;
+}
 
-bool isTextPointFile(const std::string& path) {
-    FileHandle file = openFile(path, "rb");
-    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) return false;
-    const long size = std::ftell(file.get());
-    if (size < leastSize) return false;
-    std::rewind(file.get());
-    std::array<unsigned char, probeSize> head{};
-    const std::size_t wanted = static_cast<std::size_t>(size) < probeSize
-                                   ? static_cast<std::size_t>(size)
-                                   : probeSize;
-    const std::size_t got = std::fread(head.data(), 1, wanted, file.get());
-    if (got != wanted) return false;
-    for (std::size_t i = 0; i < got; ++i) {
-        if (!isTextByte(head[i])) return false;
+bool isAllText(std::string_view head) {
+    for (const char c : head) {
+        if (!isTextByte(static_cast<unsigned char>(c))) return false;
     }
     return true;
+}
+
+bool fileExists(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::exists(path, error);
+}
+
+}  // namespace
+
+PointFileKind pointFileKindOf(const std::string& path) {
+    FileHandle file = openFile(path, "rb");
+    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) return PointFileKind::binary;
+    const long size = std::ftell(file.get());
+    std::rewind(file.get());
+    std::array<char, probeSize> bytes{};
+    const std::size_t got = std::fread(bytes.data(), 1, probeSize, file.get());
+    const std::string_view head(bytes.data(), got);
+    if (startsWith(head, "LASF")) return PointFileKind::las;
+    if (startsWith(head, "ply\n") || startsWith(head, "ply\r\n")) return PointFileKind::ply;
+    if (startsWith(head, "ASTM-E57")) return PointFileKind::e57;
+    const std::size_t wanted =
+        size < static_cast<long>(probeSize) ? static_cast<std::size_t>(size) : probeSize;
+    if (size >= leastTextSize && got == wanted && isAllText(head)) return PointFileKind::text;
+    return PointFileKind::binary;
+}
+
+bool isExchangeKind(PointFileKind kind) {
+    return kind == PointFileKind::las || kind == PointFileKind::ply || kind == PointFileKind::e57;
+}
+
+std::string scanPointFile(const std::string& path) {
+    constexpr std::string_view binaryEnding = ".bxyz";
+    if (!path.ends_with(binaryEnding) || fileExists(path)) return path;
+    const std::string stem = path.substr(0, path.size() - binaryEnding.size());
+    for (const char* ending : {".las", ".ply"}) {
+        if (fileExists(stem + ending)) return stem + ending;
+    }
+    return path;
 }
 
 }  // namespace sorvek

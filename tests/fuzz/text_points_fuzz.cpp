@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     run.options.TRANSX = 1000.0;
     run.options.XMAX = 5000.0;
     run.options.MAXRANGE = 100.0;
-    (void)sorvek::isTextPointFile(file.path);
+    (void)sorvek::pointFileKindOf(file.path);
     sorvek::Cloud cloud;
     sorvek::CloudBounds bounds;
     double cliffDistance = 0.0;

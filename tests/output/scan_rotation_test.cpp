@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <algorithm>
 #include <complex>
+#include <cstring>
 #include <sstream>
 
 #include "batch/survey_job.h"
 #include "points/transforms.h"
+#include "synth/exchange_writer.h"
 
 namespace sorvek {
 namespace {
@@ -130,6 +133,65 @@ TEST(ScanRotation, BinaryScanIsWrittenBackInTheFrameOfItsOwnFile) {
             EXPECT_NEAR(written[k].y, scan.gpsY + want.imag(), 2e-6);
             EXPECT_NEAR(written[k].z, original[k].z, 2e-6);
         }
+    }
+}
+
+std::string asTextLines(const Cloud& cloud) {
+    std::string text;
+    for (const PointRecord& p : cloud) {
+        char line[100];
+        std::snprintf(line, sizeof line, "%.17g %.17g %.17g\n", p.x, p.y, p.z);
+        text += line;
+    }
+    return text;
+}
+
+// A LAS or PLY scan (found for its missing .bxyz name) is turned exactly as the text file
+// whose lines are its points: the same rotated file, the same counts. A point that is not a
+// number counts and is not written, as its line "nan ..." would be. A LAZ scan is refused
+// and logged like an input that does not open, and leaves no row.
+TEST(ScanRotation, TurnsLasAndPlyScansAsTheTextLinesOfTheirPoints) {
+    StageJob job;
+    job.run.options.TRANSX = 512000.0, job.run.options.TRANSY = 4200000.0;
+    Cloud points = {{512001.5, 4200002.25, 50.0, 0, 0}, {511999.0, 4199998.5, 49.75, 0, 0}, {512000.125, 4200001.0, 51.5, 0, 0}};
+    const synth::LasLayout layout{.scale = 0.001, .offsetX = 512000.0, .offsetY = 4200000.0};
+    ASSERT_TRUE(synth::writeLasPoints(job.dir / "lasscan.las", points, layout));
+    synth::LasLayout compressed = layout;
+    compressed.formatFlags = 0x80;
+    ASSERT_TRUE(synth::writeLasPoints(job.dir / "lazscan.las", points, compressed));
+    testing::writeFile(job.dir / "lastext.txt", asTextLines(points));
+    points.insert(points.begin() + 1, PointRecord{512003.0, std::nan(""), 50.0, 0, 0});
+    ASSERT_TRUE(synth::writePlyPoints(job.dir / "plyscan.ply", points, {.format = "binary_big_endian"}));
+    testing::writeFile(job.dir / "plytext.txt", asTextLines(points));
+    job.addScan(5, "lasscan.bxyz", 1.0, 2.0), job.addScan(6, "lastext.txt", 1.0, 2.0);
+    job.addScan(7, "plyscan.bxyz", -3.0, 0.5), job.addScan(8, "plytext.txt", -3.0, 0.5), job.addScan(9, "lazscan.bxyz");
+    testing::writeFile(job.run.state.regPath, regHead + "5,1.5,6,1.5,0.01,100,0\n7,-0.75,8,-0.75,0.01,100,0\n");
+    const std::string out = job.rotate();
+    EXPECT_NE(out.find("Loading data from file " + job.path("lasscan.las") + " \n"), std::string::npos);
+    EXPECT_NE(out.find(job.path("lazscan.las") + " is a compressed LAZ file: decompress it to LAS first \n"), std::string::npos);
+    EXPECT_EQ(job.file("lasscan._rot.txt"), job.file("lastext_rot.txt"));
+    const std::string rotatedPly = job.file("plyscan._rot.txt");
+    EXPECT_EQ(rotatedPly, job.file("plytext_rot.txt"));
+    EXPECT_EQ(std::count(rotatedPly.begin(), rotatedPly.end(), '\n'), 3);
+    EXPECT_EQ(job.file("jobrot.csv"), rotHead + "5,1.500000,1,0.000000,3,3 \n6,1.500000,1,0.000000,3,3 \n"
+                                                "7,-0.750000,1,0.000000,4,3 \n8,-0.750000,1,0.000000,4,3 \n");
+    EXPECT_EQ(job.file("joblog.txt"), "Unable to open files: " + job.path("lazscan.las") +
+                                          " .Please check your input file for an error here. \n");
+}
+
+// textPointLineOf against the line "%.17g %.17g %.17g" read by parseTextPointLine.
+TEST(TextPointLineOf, TakesAPointAsItsTextLineWouldBeRead) {
+    const double values[] = {0.1, -0.0, 5e-324, 2.2250738585072014e-308, 1.7976931348623157e308, 512000.123456789,
+                             std::nan(""), INFINITY, -INFINITY};
+    for (const double value : values) {
+        SCOPED_TRACE(value);
+        char line[100];
+        std::snprintf(line, sizeof line, "%.17g %.17g %.17g", 1.0, value, -value);
+        const TextPointLine read = parseTextPointLine(line);
+        const TextPointLine taken = textPointLineOf(1.0, value, -value);
+        EXPECT_EQ(taken.hasPoint, std::isfinite(value));
+        ASSERT_EQ(taken.hasPoint, read.hasPoint);
+        EXPECT_EQ(taken.hasPoint ? std::memcmp(&taken.y, &read.y, 16) : 0, 0);
     }
 }
 

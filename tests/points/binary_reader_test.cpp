@@ -38,20 +38,24 @@ TEST(BinaryReader, LoadsWholeRecordsAsTheyLieAndRefusesACountBeyond32Bits) {
     std::filesystem::remove(huge);
 }
 
-// Text point files go to the text reader; anything else is tried as records first.
-TEST(PointFileKind, KnowsTextByItsFirstBytes) {
+// Signatures decide first, since a PLY header is printable text too; then text is known by
+// its first bytes, and anything else is tried as records.
+TEST(PointFileKind, KnowsEachKindByItsFirstBytes) {
     const std::filesystem::path path = testing::makeScratchDir("file-kind") / "points";
     const std::string line = "1.000,2.000,3.000\r\n\t# a comment line\n";  // 38 bytes
+    using enum PointFileKind;
     // Under 32 bytes is never text; only the first 512 bytes are looked at.
-    const std::pair<std::string, bool> cases[] = {
-        {line, true}, {"1,2,3\n", false}, {bytesOf({1, 2, 3, 0, 0}), false}, {line + "\x7f", false},
-        {"\xc3\xa9" + line, false}, {line + std::string(1, '\0'), false}, {std::string(512, '7') + "\x01\x02", true}};
-    for (const auto& [contents, isText] : cases) {
+    const std::pair<std::string, PointFileKind> cases[] = {
+        {line, text}, {"1,2,3\n", binary}, {bytesOf({1, 2, 3, 0, 0}), binary}, {line + "\x7f", binary},
+        {"\xc3\xa9" + line, binary}, {line + std::string(1, '\0'), binary}, {std::string(512, '7') + "\x01\x02", text},
+        {"LASF", las}, {"LASF" + bytesOf({1, 2, 3, 0, 0}), las}, {"ply\n" + line, ply}, {"ply\r\nformat", ply},
+        {"ply 1.000,2.000,3.000 4,5,6 7,8,9\n", text}, {"ASTM-E57" + line, e57}, {"ASTM-E5", binary}};
+    for (const auto& [contents, kind] : cases) {
         SCOPED_TRACE(contents);
         testing::writeFile(path, contents);
-        EXPECT_EQ(isTextPointFile(path.string()), isText);
+        EXPECT_EQ(pointFileKindOf(path.string()), kind);
     }
-    EXPECT_FALSE(isTextPointFile(path.string() + "-missing"));
+    EXPECT_EQ(pointFileKindOf(path.string() + "-missing"), binary);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 
 #include "support/sorvek_session.h"
 #include "synth/command_line.h"
+#include "synth/exchange_writer.h"
 #include "synth/synth.h"
 
 namespace {
@@ -55,6 +56,105 @@ TEST(SynthJob, SameSeedGivesTheSameBytesAndTextRepeatsTheBinaryPoints) {
     for (const fs::path& dir : {first, second, other}) fs::remove_all(dir);
 }
 
+template <typename Value>
+Value valueAt(const std::string& bytes, std::size_t offset) {
+    Value value{};
+    std::memcpy(&value, bytes.data() + offset, sizeof value);  // the files and this machine are little-endian
+    return value;
+}
+
+// The LAS writer against the format's own byte offsets: the public header, the variable-
+// length records between it and the points, and LAS 1.4's extended records behind them.
+TEST(SynthWriters, WriteLasHeadersAndRecordsWhereTheFormatPutsThem) {
+    const fs::path dir = sorvek::testing::makeScratchDir("synth-las");
+    const sorvek::Cloud cloud = {{1000.5, 2000.25, -3.0, 0, 0}, {999.9994, 2001.0, 0.0015, 0, 0}};
+    struct Case { std::uint32_t minor, format, extraBytes; std::size_t header, record, vlrBytes, tail; };
+    for (const Case& c : {Case{2, 3, 0, 227, 34, 54 + 16, 0}, Case{4, 6, 2, 375, 32, 54 + 16, 60 + 16}}) {
+        SCOPED_TRACE(c.format);
+        const LasLayout layout{.versionMinor = c.minor, .pointFormat = c.format, .extraBytes = c.extraBytes,
+                               .vlrCount = 1, .scale = 0.001, .offsetX = 1000.0, .offsetY = 2000.0};
+        ASSERT_TRUE(writeLasPoints(dir / "scan.las", cloud, layout));
+        const std::string las = readFile(dir / "scan.las");
+        const std::size_t data = c.header + c.vlrBytes;
+        ASSERT_EQ(las.size(), data + (2 * c.record) + c.tail);
+        EXPECT_EQ(las.substr(0, 4), "LASF");
+        EXPECT_EQ(static_cast<int>(las[24]) * 10 + las[25], 10 + static_cast<int>(c.minor));
+        EXPECT_EQ(valueAt<std::uint16_t>(las, 94), c.header);
+        EXPECT_EQ(valueAt<std::uint32_t>(las, 96), data);
+        EXPECT_EQ(valueAt<std::uint32_t>(las, 100), 1U);
+        EXPECT_EQ(static_cast<std::uint32_t>(las[104]), c.format);
+        EXPECT_EQ(valueAt<std::uint16_t>(las, 105), c.record);
+        EXPECT_EQ(valueAt<std::uint32_t>(las, 107), c.minor == 4 ? 0U : 2U);
+        EXPECT_EQ(c.minor == 4 ? valueAt<std::uint64_t>(las, 247) : 2U, 2U);
+        EXPECT_EQ(valueAt<double>(las, 131), 0.001);
+        EXPECT_EQ(valueAt<double>(las, 155), 1000.0);
+        EXPECT_EQ(valueAt<double>(las, 179), 1000.5);  // greatest X as stored
+        EXPECT_EQ(valueAt<double>(las, 187), 999.999);
+        // Coordinates are rounded to the nearest step: 999.9994 to -1, 0.0015 to 2.
+        const std::int32_t stored[] = {500, 250, -3000, -1, 1000, 2};
+        for (std::size_t i = 0; i < 6; ++i) {
+            EXPECT_EQ(valueAt<std::int32_t>(las, data + ((i / 3) * c.record) + (4 * (i % 3))), stored[i]) << i;
+        }
+        EXPECT_EQ(lasQuantised(0.0015, 0.001, 0.0), 0.002);
+    }
+    EXPECT_FALSE(writeLasPoints(dir / "far.las", {{5.0e6, 0, 0, 0, 0}}, LasLayout{.scale = 0.001}));  // beyond 32 bits
+    fs::remove_all(dir);
+}
+
+// The PLY writer: the header with every kind of extra, and the bodies in all three encodings.
+TEST(SynthWriters, WritePlyHeadersAndBodiesInEveryEncoding) {
+    const fs::path dir = sorvek::testing::makeScratchDir("synth-ply");
+    const sorvek::Cloud cloud = {{0.1, -2.5, 1e6, 0, 0}, {3.0, 4.0, 5.0, 0, 0}};
+    ASSERT_TRUE(writePlyPoints(dir / "a.ply", cloud, {.format = "ascii", .isDouble = false, .extras = PlyExtras::lists}));
+    EXPECT_EQ(readFile(dir / "a.ply"),
+              "ply\nformat ascii 1.0\ncomment written by sorvek-synth\nelement scanner 1\nproperty float range\n"
+              "property uchar channel\nproperty list ushort uchar label\nelement vertex 2\nproperty uchar flags\n"
+              "property float x\nproperty short tag\nproperty float y\nproperty float z\nproperty float intensity\n"
+              "property list uchar int neighbours\nproperty uchar red\nelement face 1\n"
+              "property list uchar int vertex_indices\nend_header\n60 1 2 65 66\n"
+              "0 0.100000001 -1000 -2.5 1000000 0 0 0\n1 3 -999 4 5 0.5 1 2 7\n3 0 1 2\n");
+    ASSERT_TRUE(writePlyPoints(dir / "b.ply", cloud, {.format = "binary_big_endian", .isDouble = true}));
+    const std::string big = readFile(dir / "b.ply");
+    const std::string head = "ply\nformat binary_big_endian 1.0\ncomment written by sorvek-synth\nelement vertex 2\n"
+                             "property double x\nproperty double y\nproperty double z\nend_header\n";
+    ASSERT_EQ(big.size(), head.size() + 48);
+    EXPECT_EQ(big.substr(0, head.size()), head);
+    EXPECT_EQ(big.substr(head.size() + 8, 8), std::string("\xC0\x04\0\0\0\0\0\0", 8));  // -2.5
+    ASSERT_TRUE(writePlyPoints(dir / "l.ply", cloud, {.isDouble = false}));
+    const std::string little = readFile(dir / "l.ply");
+    EXPECT_EQ(valueAt<float>(little, little.size() - 12), 3.0F);
+    EXPECT_FALSE(writePlyPoints(dir / "x.ply", cloud, {.format = "binary"}));
+    fs::remove_all(dir);
+}
+
+// Text, LAS and PLY jobs hold the same scans in the survey frame, where the .bxyz job's
+// scan transform puts them, and say so in their option file.
+TEST(SynthJob, WritesEachFormatUnderItsNameInTheSurveyFrame) {
+    SurveySpec surveySpec{.scans = 2, .points = 300, .offsetX = 512000.0};
+    const fs::path binary = writeJob(surveySpec, "synth-bxyz");
+    surveySpec.format = "ply";
+    const fs::path ply = writeJob(surveySpec, "synth-ply-job");
+    surveySpec.format = "text";
+    const fs::path text = writeJob(surveySpec, "synth-text-job");
+    EXPECT_TRUE(fs::exists(ply / "survey_002_001_S002.ply") && !fs::exists(ply / "survey_002_001_S002.bxyz"));
+    EXPECT_EQ(readFile(text / "survey_002_001_S002.bxyz").substr(0, 8), "#X,Y,Z\n5");  // survey X near 512000
+    EXPECT_EQ(readFile(ply / "sorvek.txt"), readFile(binary / "sorvek.txt") +
+                                                "# The point files lie in the survey frame already.\nSCANTRANSFORM 1\n");
+    const std::string records = readFile(binary / "survey_002_001_S002.bxyz");
+    const std::string vertices = readFile(ply / "survey_002_001_S002.ply");
+    const std::vector<ScanPose> poses = planScans(surveySpec);
+    const sorvek::ScanRecord scan = scanRecordOf(poses[1], poses[1].headingErrorDeg, "");
+    const double c = std::cos(scan.rotZ), s = std::sin(scan.rotZ);
+    for (std::size_t pointIndex = 0; pointIndex < 300; pointIndex += 37) {
+        const sorvek::PointRecord p = valueAt<sorvek::PointRecord>(records, pointIndex * 32);
+        const double* moved = reinterpret_cast<const double*>(vertices.data() + vertices.size() - (300 - pointIndex) * 24);
+        EXPECT_NEAR(moved[0], ((c * p.x) - (s * p.y)) + scan.gpsX, 1e-6);
+        EXPECT_NEAR(moved[1], ((s * p.x) + (c * p.y)) + scan.gpsY, 1e-6);
+        EXPECT_NEAR(moved[2], p.z + scan.gpsZ, 1e-6);
+    }
+    for (const fs::path& dir : {binary, ply, text}) fs::remove_all(dir);
+}
+
 TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
     struct Case { const char* arguments; const char* message; };  // no message: help, exit 0
     const Case cases[] = {
@@ -68,6 +168,7 @@ TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
         {"--noise 2", "--noise must lie between 0 and 0.5, not 2"},
         {"--colour red", "unknown option --colour"},
         {"--text=yes", "--text takes no value"},
+        {"--format laz", "--format needs bxyz, text, las or ply, not 'laz'"},
         {"extra", "unexpected argument 'extra'"},
     };
     const fs::path dir = sorvek::testing::makeScratchDir("synth-args");
@@ -89,18 +190,18 @@ TEST(SynthCommandLine, ReadsEveryOptionIntoTheSpec) {
         "--out", "jobs/a", "--layout=site", "--direction", "west", "--scans", "12", "--points", "5000",
         "--spacing", "20", "--error-deg", "0.75", "--noise", "0.002", "--seed", "18446744073709551615",
         "--name", "site-7", "--text", "--tilt-deg", "0.5", "--offset", "512000.5,-3e3", "--range", "45",
-        "--no-occlusion"};
+        "--no-occlusion", "--format", "las"};
     CommandLine commandLine;
     ASSERT_EQ(parseCommandLine(words, commandLine), "");
     const SurveySpec& s = commandLine.surveySpec;
     char read[400];
-    std::snprintf(read, sizeof read, "%s %d %s %s %d %lld %.17g %.17g %.17g %llu %s %d %.17g %.17g,%.17g %.17g %d",
+    std::snprintf(read, sizeof read, "%s %d %s %s %d %lld %.17g %.17g %.17g %llu %s %d %.17g %.17g,%.17g %.17g %d %s",
                   commandLine.outDir.c_str(), commandLine.isHelp, s.layout.c_str(), s.direction.c_str(),
                   s.scans, static_cast<long long>(s.points), s.spacing, s.errorDeg, s.noise,
                   static_cast<unsigned long long>(s.seed), s.name.c_str(), s.text, s.tiltDeg, s.offsetX,
-                  s.offsetY, s.rangeLimit, s.occlusion);
+                  s.offsetY, s.rangeLimit, s.occlusion, s.format.c_str());
     EXPECT_STREQ(read, "jobs/a 0 site west 12 5000 20 0.75 0.002 18446744073709551615 site-7 1 0.5 "
-                       "512000.5,-3000 45 0");
+                       "512000.5,-3000 45 0 las");
 }
 
 }  // namespace

@@ -49,7 +49,7 @@ std::string badValue(const std::string& option, const std::string& value, const 
     return option + " needs " + wanted + ", not '" + value + "'";
 }
 
-// --out, --layout, --direction and --name: words. Empty `message` when the word is good.
+// --out, --layout, --direction, --format and --name: words. Empty `message` when the word is good.
 bool takeWord(const std::string& option, const std::string& value, CommandLine& commandLine,
               std::string& message) {
     SurveySpec& surveySpec = commandLine.surveySpec;
@@ -64,6 +64,11 @@ bool takeWord(const std::string& option, const std::string& value, CommandLine& 
             message = badValue(option, value, "north, south, east or west");
         }
         surveySpec.direction = value;
+    } else if (option == "--format") {
+        if (value != "bxyz" && value != "text" && value != "las" && value != "ply") {
+            message = badValue(option, value, "bxyz, text, las or ply");
+        }
+        surveySpec.format = value;
     } else if (option == "--name") {
         if (!isGoodStem(value)) message = badValue(option, value, "1 to 64 letters, digits, '_', '-' or '.'");
         surveySpec.name = value;
@@ -202,6 +207,10 @@ std::string checkSpec(const SurveySpec& surveySpec) {
     if (surveySpec.scans < 1 || surveySpec.scans > 9999) return "--scans must lie between 1 and 9999";
     if (surveySpec.points < 1 || surveySpec.points > 50000000) return "--points must lie between 1 and 50000000";
     if (!isGoodStem(surveySpec.name)) return "--name must be 1 to 64 letters, digits, '_', '-' or '.'";
+    if (surveySpec.format != "bxyz" && surveySpec.format != "text" && surveySpec.format != "las" &&
+        surveySpec.format != "ply") {
+        return "--format must be bxyz, text, las or ply";
+    }
     return {};
 }
 
@@ -209,7 +218,7 @@ void printUsage(std::FILE* out) {
     std::fprintf(out,
                  "Usage: sorvek-synth [options]\n"
                  "Writes a synthetic survey job with known heading errors: the survey database,\n"
-                 "one .bxyz point file per scan, a truth file and an option file.\n"
+                 "one point file per scan, a truth file and an option file.\n"
                  "\n"
                  "  --out DIR          folder to write into, created if missing (synthetic-survey)\n"
                  "  --layout line|site scans along a street, or scattered over a site (line)\n"
@@ -226,6 +235,14 @@ void printUsage(std::FILE* out) {
                  "  --seed S           every random choice follows from it; the same seed gives\n"
                  "                     the same bytes in every file (1)\n"
                  "  --name STEM        database file name stem: STEM.txt, STEM_001_001_S001.bxyz (survey)\n"
+                 "  --format F         each scan's point file (bxyz):\n"
+                 "                       bxyz  32-byte records in the scanner frame\n"
+                 "                       text  \"x,y,z\" lines, under the .bxyz name (read by content)\n"
+                 "                       las   LAS 1.2, point format 0, 0.1 mm, STEM_..._S001.las\n"
+                 "                       ply   binary little-endian PLY, doubles, STEM_..._S001.ply\n"
+                 "                     text, las and ply scans lie in the survey frame, as scanner\n"
+                 "                     software exports them (placed by the database's erroneous\n"
+                 "                     heading), and the option file says SCANTRANSFORM 1\n"
                  "  --text             also write each scan as a text file STEM_001_001_S001.txt\n"
                  "                     (x,y,z in the scanner frame, like the .bxyz file)\n"
                  "  --tilt-deg D       largest tilt about X and about Y, degrees (0)\n"
@@ -238,7 +255,7 @@ void printUsage(std::FILE* out) {
                  "Files written into DIR:\n"
                  "  STEM.txt           database: header, then X,Y,Z,rotX,rotY,rotZ,id,subid,name per\n"
                  "                     scan; Z is the scanner's height less 0.29, angles in degrees\n"
-                 "  STEM_<id>_<subid>_<name>.bxyz   the scan's points in its scanner frame, 32 bytes each\n"
+                 "  STEM_<id>_<subid>_<name>.bxyz   the scan's points (.las or .ply by --format)\n"
                  "  STEM_truth.csv     each scan's true heading, error and position\n"
                  "  sorvek.txt         options that suit the job; put it beside the program\n"
                  "\n"

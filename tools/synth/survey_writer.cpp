@@ -4,8 +4,10 @@
 #include <cstring>
 #include <system_error>
 
+#include "points/transforms.h"
 #include "synth/command_line.h"
 #include "survey/database_reader.h"
+#include "synth/exchange_writer.h"
 #include "synth/scan_plan.h"
 
 namespace sorvek::synth {
@@ -19,6 +21,36 @@ bool finish(FileHandle& file) {
 
 double gpsMaxDistance(const SurveySpec& surveySpec) {
     return surveySpec.spacing * 1.5;  // the nearest set-up on each side, never the one beyond it
+}
+
+// Text scans keep the composed .bxyz name, which the program reads by its content.
+const char* pointFileEnding(const std::string& format) {
+    if (format == "las") return ".las";
+    if (format == "ply") return ".ply";
+    return ".bxyz";
+}
+
+// The scan as scanner software exports it: in the survey frame, offset included, placed
+// by the database row's own position and heading, heading error and all.
+Cloud surveyFrameCloud(const Cloud& cloud, const ScanPose& pose) {
+    Cloud moved = cloud;
+    const ScanMatrix matrix = composeScanMatrix(pose.rotXDeg * degToRad, pose.rotYDeg * degToRad,
+                                                databaseHeadingDeg(pose) * degToRad, 1.0, pose.x,
+                                                pose.y, pose.z);
+    applyMatrix(moved, matrix);
+    return moved;
+}
+
+bool writeScanPoints(const std::filesystem::path& path, const Cloud& cloud, const ScanPose& pose,
+                     const SurveySpec& surveySpec) {
+    if (surveySpec.format == "bxyz") return writeBinaryPoints(path, cloud);
+    const Cloud moved = surveyFrameCloud(cloud, pose);
+    if (surveySpec.format == "text") return writeTextPoints(path, moved);
+    if (surveySpec.format == "ply") return writePlyPoints(path, moved, PlyLayout{});
+    LasLayout layout;
+    layout.offsetX = translationX(surveySpec);
+    layout.offsetY = translationY(surveySpec);
+    return writeLasPoints(path, moved, layout);
 }
 
 }  // namespace
@@ -91,6 +123,9 @@ bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& survey
     // No MINRANGE or MAXRANGE: the text reader measures range from the set-up to points it
     // takes to be in the survey frame, which the scanner-frame text files are not.
     std::fprintf(file.get(), "ALPHA %.6f\n", searchDeg);
+    if (surveySpec.format != "bxyz") {
+        std::fprintf(file.get(), "# The point files lie in the survey frame already.\nSCANTRANSFORM 1\n");
+    }
     return finish(file);
 }
 
@@ -117,13 +152,14 @@ bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outD
     if (!writeDatabase(outDir / (surveySpec.name + ".txt"), poses)) return fail(outDir / (surveySpec.name + ".txt"));
     for (const ScanPose& pose : poses) {
         const Cloud cloud = sampleScan(scene, pose, surveySpec);
-        const auto binaryPath = outDir / scanFileName(surveySpec.name, pose.scanId, pose.subId, pose.name, ".bxyz");
-        if (!writeBinaryPoints(binaryPath, cloud)) return fail(binaryPath);
+        const auto pointPath = outDir / scanFileName(surveySpec.name, pose.scanId, pose.subId, pose.name,
+                                                     pointFileEnding(surveySpec.format));
+        if (!writeScanPoints(pointPath, cloud, pose, surveySpec)) return fail(pointPath);
         const auto textPath = outDir / scanFileName(surveySpec.name, pose.scanId, pose.subId, pose.name, ".txt");
         if (surveySpec.text && !writeTextPoints(textPath, cloud)) return fail(textPath);
         if (progress != nullptr) {
             std::fprintf(progress, "scan %d: %zu points, %s\n", static_cast<int>(pose.scanId), cloud.size(),
-                         binaryPath.string().c_str());
+                         pointPath.string().c_str());
             std::fflush(progress);
         }
     }

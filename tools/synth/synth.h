@@ -33,6 +33,7 @@ struct SurveySpec {
     std::uint64_t seed = 1;           // every random choice derives from it
     std::string name = "survey";      // database file name stem
     bool text = false;                // also write text point files (scanner frame, like .bxyz)
+    std::string format = "bxyz";      // each scan's point file: bxyz, text, las or ply
     double tiltDeg = 0.0;             // largest tilt about X and Y, degrees
     double offsetX = 0.0;             // added to every survey X (large survey coordinates); TRANSX
     double offsetY = 0.0;             // added to every survey Y; TRANSY
@@ -77,8 +78,9 @@ Cloud sampleScan(const SceneHandle& scene, const ScanPose& pose, const SurveySpe
 // pose. gpsZ is the scanner's Z.
 ScanRecord scanRecordOf(const ScanPose& pose, double headingErrorDeg, const std::string& fileName);
 
-// Writes the whole job into `outDir` (created if missing): database, .bxyz files, text
-// files when asked, truth CSV and option file. Returns false with `error` set on failure.
+// Writes the whole job into `outDir` (created if missing): database, point files in
+// surveySpec.format, text files when asked, truth CSV and option file. Returns false with
+// `error` set on failure.
 bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error);
 
 }  // namespace sorvek::synth

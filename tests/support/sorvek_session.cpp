@@ -65,23 +65,31 @@ std::string prepareRun(const std::filesystem::path& binary, const std::filesyste
     return command + " " + input + " > .stdout 2> .stderr";
 }
 
+// prepareRun with `stdinText` as the run's standard input, kept in workDir/.stdin.
+std::string prepareScriptedRun(const std::filesystem::path& binary,
+                               const std::filesystem::path& workDir,
+                               const std::vector<std::string>& args, const std::string& stdinText,
+                               const std::optional<std::string>& optionText,
+                               const std::string& shellPrefix, const std::string& launcher) {
+    writeFile(workDir / ".stdin", stdinText);
+    return prepareRun(binary, workDir, args, "< .stdin", optionText, shellPrefix, launcher);
+}
+
 }  // namespace
 
 SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                         const std::string& stdinText, const std::optional<std::string>& optionText,
                         const std::string& shellPrefix) {
-    writeFile(workDir / ".stdin", stdinText);
     const std::string command =
-        prepareRun(SORVEK_BINARY, workDir, args, "< .stdin", optionText, shellPrefix, "");
+        prepareScriptedRun(SORVEK_BINARY, workDir, args, stdinText, optionText, shellPrefix, "");
     return finishSorvek(workDir, std::system(command.c_str()));
 }
 
 SessionResult runLaunched(const std::string& launcher, const std::filesystem::path& binary,
                           const std::filesystem::path& workDir, const std::vector<std::string>& args,
                           const std::string& stdinText, const std::optional<std::string>& optionText) {
-    writeFile(workDir / ".stdin", stdinText);
     const std::string command =
-        prepareRun(binary, workDir, args, "< .stdin", optionText, "", launcher);
+        prepareScriptedRun(binary, workDir, args, stdinText, optionText, "", launcher);
     return finishSorvek(workDir, std::system(command.c_str()));
 }
 
@@ -93,9 +101,8 @@ pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::s
 pid_t startLaunched(const std::string& launcher, const std::filesystem::path& binary,
                     const std::filesystem::path& workDir, const std::vector<std::string>& args,
                     const std::string& stdinText, const std::optional<std::string>& optionText) {
-    writeFile(workDir / ".stdin", stdinText);
     const std::string command =
-        prepareRun(binary, workDir, args, "< .stdin", optionText, "", launcher);
+        prepareScriptedRun(binary, workDir, args, stdinText, optionText, "", launcher);
     const pid_t pid = fork();
     if (pid == 0) {
         execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));

@@ -57,6 +57,7 @@ constexpr OptionKey optionKeys[] = {
     {"RMSTHRESH ", &RunOptions::RMSTHRESH},
     {"ALPHA ", &RunOptions::ALPHA},
     {"ALPHAINC ", &RunOptions::ALPHAINC},
+    {"ROTADJUST ", &RunOptions::ROTADJUST},
 };
 
 constexpr std::size_t lineBufferSize = 256;  // 255 characters and the terminator

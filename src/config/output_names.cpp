@@ -19,6 +19,7 @@ void deriveOutputNames(RunState& state, const std::string& databasePath) {
     state.rotPath = makeOutputName(databasePath, "rot.csv");
     state.rmsPath = makeOutputName(databasePath, "rms.csv");
     state.logPath = makeOutputName(databasePath, "log.txt");
+    state.adjPath = makeOutputName(databasePath, "adj.csv");
 }
 
 }  // namespace sorvek

@@ -40,6 +40,7 @@ struct RunOptions {
     double RMSTHRESH = 0.04;             // RMS below which a solver stops
     double ALPHA = 2.0;                  // greatest search angle; degrees, then radians after the menu
     std::int32_t ALPHAINC = 5;           // parts into which the search angle is divided
+    std::int32_t ROTADJUST = 0;          // not 0: the rotation stage applies adjusted rotations
 };
 
 }  // namespace sorvek

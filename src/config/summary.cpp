@@ -58,6 +58,7 @@ void printProgramOptions(const RunOptions& o) {
     } else {
         std::printf("  Ping Pong Least Squares Method will be used\n");  // two blanks, as ever
     }
+    if (o.ROTADJUST != 0) std::printf("   Rotations will be adjusted over all pairs \n");
     std::printf("   Number of iterations for rotations:  %i \n", o.MAXITER);
     std::printf("   Number of Repeat Cycles:  %i \n", o.MAXREPEAT);
     std::printf("   Max search angle(degrees): %lf \n", o.ALPHA);
@@ -66,10 +67,11 @@ void printProgramOptions(const RunOptions& o) {
     std::printf("   RMS threshold = %lf \n", o.RMSTHRESH);
 }
 
-void printOutputFilesAndMenu(const RunState& s) {
+void printOutputFilesAndMenu(const RunOptions& o, const RunState& s) {
     std::printf(" OUTPUT DATAFILES \n");
     std::printf("   Sorvek output file name: %s \n", s.regPath.c_str());
     std::printf("   Tavrin output file name: %s \n", s.rotPath.c_str());
+    if (o.ROTADJUST != 0) std::printf("   Adjustment output file name: %s \n", s.adjPath.c_str());
     std::printf("   Meldor output file name: %s \n", s.rmsPath.c_str());
     std::printf("   Log output file name: %s \n", s.logPath.c_str());
     std::printf(" \n");
@@ -99,7 +101,7 @@ void printSummary(const Run& run) {
     std::printf(" \n");
     printProgramOptions(run.options);
     std::printf(" \n");
-    printOutputFilesAndMenu(run.state);
+    printOutputFilesAndMenu(run.options, run.state);
 }
 
 std::int32_t readModeNumber(std::FILE* input, std::int32_t startValue) {

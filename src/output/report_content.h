@@ -41,6 +41,7 @@ struct ReportContent {
     bool isLine = true;                // a line job (modes 1, 3, 4) rather than a site
     bool didRegister = false;          // the run wrote a registration result file
     bool didEvaluate = false;          // the run wrote an RMS result file
+    bool isAdjusted = false;           // the rotation stage applied rotations adjusted over all pairs
     AfterPlan afterPlan;               // where the pairs after alignment come from
     std::string regPath;               // the registration result file the rows come from
     std::string rmsPath;               // the RMS result file the rows come from

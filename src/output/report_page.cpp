@@ -169,8 +169,9 @@ std::string rotationSection(const ReportContent& content) {
         return "<h2>Rotation of each scan</h2>\n<p>This run registered no scans.</p>\n";
     }
     std::string html = "<h2>Rotation of each scan</h2>\n<p class=\"note\">";
-    html += content.runMode == 4 ? "The mean of each scan's registered rotations, as the rotation stage applied it."
-                                 : "The mean of each scan's registered rotations, as a rotation stage (mode 2) would apply it.";
+    html += content.isAdjusted ? "Each scan's rotation adjusted over all pairs, as the rotation stage applied it."
+            : content.runMode == 4 ? "The mean of each scan's registered rotations, as the rotation stage applied it."
+                                   : "The mean of each scan's registered rotations, as a rotation stage (mode 2) would apply it.";
     html += " The whisker runs from its least to its greatest entry.</p>\n" + rotationChartSvg(content);
     html += "<table class=\"turns\"><tr><th>Scan</th><th>Rotation (degrees)</th><th>Entries</th>"
             "<th>Spread (degrees)</th><th>Least</th><th>Greatest</th></tr>\n";

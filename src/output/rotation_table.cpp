@@ -31,23 +31,23 @@ void readSeparator(std::istream& in) {
     in >> separator;
 }
 
-// Scan id and rotation of both entries; the RMS and point count are read only to reach
-// the end of the row, and the iteration column is never parsed.
-void readRow(std::istream& in, RotationEntry& first, RotationEntry& second) {
-    double rms = 0.0;
-    std::uint32_t pointCount = 0;
-    readField(in, first.scanId);
+// The RMS and point count are kept for the adjustment; the iteration column is never
+// parsed.
+RegistrationPair readRow(std::istream& in) {
+    RegistrationPair row;
+    readField(in, row.firstId);
     readSeparator(in);
-    readField(in, first.rotation);
+    readField(in, row.firstRotation);
     readSeparator(in);
-    readField(in, second.scanId);
+    readField(in, row.secondId);
     readSeparator(in);
-    readField(in, second.rotation);
+    readField(in, row.secondRotation);
     readSeparator(in);
-    readField(in, rms);
+    readField(in, row.rms);
     readSeparator(in);
-    readField(in, pointCount);
+    readField(in, row.pointCount);
     skipLine(in);
+    return row;
 }
 
 }  // namespace
@@ -74,12 +74,20 @@ std::int32_t countRotationLines(std::istream& in) {
                                                                     : entryCount);
 }
 
-std::vector<RotationEntry> readRotationRows(std::istream& in, std::int32_t entryCount) {
+std::vector<RegistrationPair> readRegistrationPairs(std::istream& in, std::int32_t entryCount) {
     if (entryCount <= 0) return {};
-    std::vector<RotationEntry> table(static_cast<std::size_t>(entryCount));
+    std::vector<RegistrationPair> pairs(static_cast<std::size_t>(entryCount / 2));
     skipLine(in);
-    for (std::size_t row = 0; row < table.size() / 2; ++row) {
-        readRow(in, table[2 * row], table[(2 * row) + 1]);
+    for (RegistrationPair& pair : pairs) pair = readRow(in);
+    return pairs;
+}
+
+std::vector<RotationEntry> rotationEntriesOf(std::span<const RegistrationPair> pairs) {
+    std::vector<RotationEntry> table;
+    table.reserve(pairs.size() * 2);
+    for (const RegistrationPair& pair : pairs) {
+        table.push_back({pair.firstId, pair.firstRotation});
+        table.push_back({pair.secondId, pair.secondRotation});
     }
     return table;
 }
@@ -94,7 +102,7 @@ std::int32_t countRotationRows(const Run& run) {
     return countRotationLines(in);
 }
 
-std::vector<RotationEntry> loadRotationTable(const Run& run, std::int32_t entryCount) {
+std::vector<RegistrationPair> loadRegistrationPairs(const Run& run, std::int32_t entryCount) {
     const std::string& path = run.state.regPath;
     std::ifstream in(path);
     if (entryCount <= 0) {
@@ -106,7 +114,7 @@ std::vector<RotationEntry> loadRotationTable(const Run& run, std::int32_t entryC
         return {};
     }
     std::printf("Loading data from file %s \n", path.c_str());
-    return readRotationRows(in, entryCount);
+    return readRegistrationPairs(in, entryCount);
 }
 
 RotationStats rotationStatsOf(std::span<const RotationEntry> table, std::int32_t scanId) {

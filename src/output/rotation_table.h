@@ -16,11 +16,25 @@ struct RotationEntry {
     double rotation = 0.0;    // degrees, from the same row
 };
 
+// One row of the registration result file, as far as the rotation stage reads it.
+struct RegistrationPair {
+    std::int32_t firstId = 0;       // scan id of the row's first scan
+    double firstRotation = 0.0;     // degrees
+    std::int32_t secondId = 0;      // scan id of the row's second scan
+    double secondRotation = 0.0;    // degrees
+    double rms = 0.0;               // the solver's RMS, or the initial RMS in the zero form
+    std::uint32_t pointCount = 0;   // the row's point count
+};
+
 // Two entries for every line after the head line of regPath; 0 when it cannot be opened.
 std::int32_t countRotationRows(const Run& run);
 
-// The table in file order; empty when entryCount is 0 or less.
-std::vector<RotationEntry> loadRotationTable(const Run& run, std::int32_t entryCount);
+// The rows of regPath in file order, entryCount / 2 of them; none when entryCount is 0
+// or less.
+std::vector<RegistrationPair> loadRegistrationPairs(const Run& run, std::int32_t entryCount);
+
+// Two entries for every row, its first scan's then its second scan's, in file order.
+std::vector<RotationEntry> rotationEntriesOf(std::span<const RegistrationPair> pairs);
 
 // What the table holds for one scan. With no entry, count is 0 and the rest 0.0.
 struct RotationStats {
@@ -43,9 +57,9 @@ double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId
 // even 32-bit count.
 std::int32_t countRotationLines(std::istream& in);
 
-// The loading pass over any stream positioned at the head line: a table of `entryCount`
-// entries (none when it is 0 or less), filled from entryCount / 2 rows. A field that does
-// not parse leaves it and the rest of the table at zero. Safe on arbitrary bytes.
-std::vector<RotationEntry> readRotationRows(std::istream& in, std::int32_t entryCount);
+// The loading pass over any stream positioned at the head line: entryCount / 2 rows (none
+// when entryCount is 0 or less). A field that does not parse leaves it and every later
+// field at zero. Safe on arbitrary bytes.
+std::vector<RegistrationPair> readRegistrationPairs(std::istream& in, std::int32_t entryCount);
 
 }  // namespace sorvek

@@ -7,6 +7,7 @@
 
 #include "batch/rotated_file_name.h"
 #include "batch/wall_clock.h"
+#include "output/adjusted_rotations.h"
 #include "output/report_content.h"
 #include "output/report_page.h"
 #include "output/report_text.h"
@@ -36,7 +37,11 @@ std::vector<RotationEntry> registeredRotations(const std::string& regPath) {
     std::ifstream counting = openText(regPath);
     const std::int32_t entryCount = countRotationLines(counting);
     std::ifstream loading = openText(regPath);
-    return readRotationRows(loading, entryCount);
+    return rotationEntriesOf(readRegistrationPairs(loading, entryCount));
+}
+
+bool isAdjusted(const Run& run) {
+    return run.options.ROTADJUST != 0 && !run.state.adjustedRotations.empty();
 }
 
 std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntry> rotations) {
@@ -48,6 +53,12 @@ std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntr
         scan.y = record.gpsY;
         scan.headingRad = record.rotZ;
         scan.rotation = rotationStatsOf(rotations, record.scanId);
+        // With ROTADJUST the rotation stage turned the scan by its adjusted rotation: the
+        // report shows what was applied, beside the entries it came from.
+        if (isAdjusted(run)) {
+            scan.rotation.meanDeg =
+                adjustedRotation(run.state.adjustedRotations, record.scanId, scan.rotation.meanDeg);
+        }
         scans.push_back(scan);
     }
     return scans;
@@ -147,6 +158,7 @@ ReportContent gatherContent(const Run& run, std::time_t startTime) {
     content.isLine = isLineMode(state.runMode);
     content.didRegister = registers(state.runMode);
     content.didEvaluate = evaluates(state.runMode);
+    content.isAdjusted = isAdjusted(run);
     // Turning the loaded scans costs far less than reading the rotated text files again.
     content.afterPlan = AfterPlan{content.didRegister, !content.didEvaluate, content.isLine};
     content.regPath = state.regPath;

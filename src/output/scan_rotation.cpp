@@ -18,6 +18,7 @@
 
 #include "batch/rotated_file_name.h"
 #include "batch/wall_clock.h"
+#include "output/adjusted_rotations.h"
 #include "output/rotation_table.h"
 #include "points/binary_reader.h"
 #include "points/exchange_points.h"
@@ -31,10 +32,10 @@ namespace {
 
 constexpr std::size_t linePieceLimit = 255;  // characters one read of a line takes at most
 
-// The scan's mean rotation and the turn it gives; a mean of exactly 0.0 turns nothing.
+// The scan's rotation and the turn it gives; a rotation of exactly 0.0 turns nothing.
 struct ScanTurn {
     bool hasRotation = false;
-    double meanDeg = 0.0;             // the mean of the scan's registered rotations
+    double rotationDeg = 0.0;         // the mean of the scan's rotations, or their adjustment
     std::int32_t rotationCount = 0;   // how many rotations the mean was taken over
     double rotationSpread = 0.0;      // their spread, degrees
     double cosTheta = 1.0;
@@ -97,19 +98,23 @@ void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, d
     y = ((dy * turn.cosTheta) + (dx * turn.sinTheta)) + scan.gpsY;
 }
 
-// Takes the scan's mean and announces it.
-ScanTurn chooseTurn(std::span<const RotationEntry> table, const ScanRecord& scan,
+// Takes the scan's mean, or its adjusted rotation when the run adjusts over all pairs, and
+// announces it. Count and spread are the entries' either way.
+ScanTurn chooseTurn(const Run& run, std::span<const RotationEntry> table, const ScanRecord& scan,
                     std::int32_t pointCount) {
     ScanTurn turn;
-    turn.meanDeg = averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpread);
-    if (turn.meanDeg == 0.0) {
+    const double meanDeg = averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpread);
+    turn.rotationDeg = run.options.ROTADJUST == 0
+                           ? meanDeg
+                           : adjustedRotation(run.state.adjustedRotations, scan.scanId, meanDeg);
+    if (turn.rotationDeg == 0.0) {
         std::printf("No rotation values found !=0 for %i so %i points will not be rotated.  \n",
                     scan.scanId, pointCount);
         return turn;
     }
     std::printf("Rotating %i Points in %i by %f degrees \n", pointCount, scan.scanId,
-                turn.meanDeg);
-    const double thetaRad = turn.meanDeg * degToRad;
+                turn.rotationDeg);
+    const double thetaRad = turn.rotationDeg * degToRad;
     turn.hasRotation = true;
     turn.cosTheta = std::cos(thetaRad);
     turn.sinTheta = std::sin(thetaRad);
@@ -122,7 +127,7 @@ ScanTurn chooseTurn(std::span<const RotationEntry> table, const ScanRecord& scan
 void writeRotationRow(OutputFile& rotFile, const ScanRecord& scan, const ScanTurn& turn,
                       std::int32_t pointCount, std::int32_t pointsWritten) {
     std::FILE* file = rotFile.file.get();
-    requirePrinted(turn.hasRotation ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.meanDeg,
+    requirePrinted(turn.hasRotation ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.rotationDeg,
                                                    turn.rotationCount, turn.rotationSpread)
                                     : std::fprintf(file, "%i,0.000000,0,0.0", scan.scanId),
                    rotFile);
@@ -207,7 +212,7 @@ void rotateTextScan(Run& run, const ScanRecord& scan, std::span<const RotationEn
     }
     std::printf("Loading data from file %s \n", path.c_str());
     std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
-    const ScanTurn turn = chooseTurn(table, scan, counts.dataLines);
+    const ScanTurn turn = chooseTurn(run, table, scan, counts.dataLines);
     std::string piece;
     while (readLinePiece(in.get(), piece)) {
         if (isCommentLine(piece)) {
@@ -235,7 +240,7 @@ void rotateExchangeScan(Run& run, const ScanRecord& scan, PointFileKind kind,
     }
     std::printf("Loading data from file %s \n", path.c_str());
     std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
-    const ScanTurn turn = chooseTurn(table, scan, points.pointCount);
+    const ScanTurn turn = chooseTurn(run, table, scan, points.pointCount);
     for (auto chunk = nextExchangeChunk(points); !chunk.empty();
          chunk = nextExchangeChunk(points)) {
         for (const RawPoint& raw : chunk) {
@@ -269,7 +274,7 @@ void rotateBinaryScan(Run& run, const ScanRecord& scan, std::span<const Rotation
     std::printf("Loading data from file %s \n", run.pair.firstPath.c_str());
     std::printf("Output to file: %s \n", run.state.rotatedFilePath.c_str());
     const std::int32_t pointCount = countAsInt32(cloud.size());
-    const ScanTurn turn = chooseTurn(table, scan, pointCount);
+    const ScanTurn turn = chooseTurn(run, table, scan, pointCount);
     std::optional<ScanMatrix> matrix;
     if (run.options.SCANTRANSFORM == 0) {
         matrix =
@@ -396,7 +401,9 @@ void rotateScans(Run& run) {
     const float progressFactor = static_cast<float>(100.0 / static_cast<double>(scanTotal));
     OutputFile rotFile = createRotationResultFile(run.state.rotPath, run.state.logFile.get());
     const std::int32_t entryCount = countRotationRows(run);
-    const std::vector<RotationEntry> table = loadRotationTable(run, entryCount);
+    const std::vector<RegistrationPair> pairs = loadRegistrationPairs(run, entryCount);
+    const std::vector<RotationEntry> table = rotationEntriesOf(pairs);
+    if (run.options.ROTADJUST != 0) run.state.adjustedRotations = adjustScanRotations(run, pairs);
     Cloud cloud;
     for (std::size_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         const float percent = static_cast<float>(countAsInt32(scanIndex)) * progressFactor;

@@ -70,6 +70,12 @@ struct ScanRecord {
     std::int32_t southPoints = 0;     // point count of the south pair; set by the linear driver
 };
 
+// A scan's rotation as the adjustment over all pairs gives it, in place of the mean.
+struct ScanRotation {
+    std::int32_t scanId = 0;   // scanId of the scan
+    double rotationDeg = 0.0;  // degrees
+};
+
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
@@ -124,6 +130,7 @@ struct RunState {
     double percentStep = 1.0;         // 100 / (MAXITER * scanCount); prepareScans
     std::int32_t cubeCount = 0;       // cubes of the last grid, also the out-of-grid index
     std::string rotatedFilePath;      // rotated text file being written; rotateScans
+    std::vector<ScanRotation> adjustedRotations;  // one per scan; rotateScans with ROTADJUST on
     FileHandle logFile;               // the log, open from preparation to the closing
     std::string optionPath;           // option file; entry
     std::string databasePath;         // survey database; entry
@@ -131,6 +138,7 @@ struct RunState {
     std::string regPath;              // registration result file
     std::string rotPath;              // rotation result file
     std::string rmsPath;              // RMS result file
+    std::string adjPath;              // rotation adjustment file, written only with ROTADJUST
     std::string logPath;              // log file
     // sorvek-mpi sets this: runs a site pass or a line's RMS pass over the processes of the
     // job instead of in this one; nullptr in sorvek.

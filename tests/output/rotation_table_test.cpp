@@ -37,13 +37,27 @@ TEST(RotationTable, LoadsEntriesInFileOrderUntilAFieldDoesNotParse) {
                                {{1, 0.5}, {2, -0.25}, {3, 0.75}, {4, 1.5}}}}) {
         SCOPED_TRACE(c.label);
         std::istringstream in(headLine + c.rows);
-        const std::vector<RotationEntry> table = readRotationRows(in, static_cast<std::int32_t>(c.want.size()));
+        const std::vector<RotationEntry> table =
+            rotationEntriesOf(readRegistrationPairs(in, static_cast<std::int32_t>(c.want.size())));
         ASSERT_EQ(table.size(), c.want.size());
         for (std::size_t k = 0; k < table.size(); ++k) {
             SCOPED_TRACE(k);
             EXPECT_EQ(std::tie(table[k].scanId, table[k].rotation), std::tie(c.want[k].scanId, c.want[k].rotation));
         }
     }
+}
+
+// The adjustment weighs each pair by the RMS and point count of its row; a point count that
+// does not fit 32 bits stops the row like any other field.
+TEST(RotationTable, KeepsTheRmsAndPointCountOfEachRow) {
+    std::istringstream in(headLine + "7,0.5,9,-0.25,0.012345,4567,3\n7,0.5,9,-0.25,0.02,4294967296,0\n");
+    const std::vector<RegistrationPair> pairs = readRegistrationPairs(in, 4);
+    ASSERT_EQ(pairs.size(), 2U);
+    EXPECT_EQ(pairs[0].secondId, 9);
+    EXPECT_EQ(pairs[0].rms, 0.012345);
+    EXPECT_EQ(pairs[0].pointCount, 4567U);
+    EXPECT_EQ(pairs[1].rms, 0.02);
+    EXPECT_EQ(pairs[1].pointCount, 0U);
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ struct ScanFile {
 
 struct ScanFiles {
     std::int64_t points = 0;
-    ScanPosition scanner;       // the first set-up, for the range filter and Cliff Distance
+    Point3 scanner;       // the first set-up, for the range filter and Cliff Distance
     std::vector<ScanFile> files;
 };
 
@@ -64,7 +64,7 @@ std::unique_ptr<ScanFiles> makeFiles(std::int64_t points) {
     applyMatrix(cloud, composeScanMatrix(pose.rotXDeg * degToRad, pose.rotYDeg * degToRad,
                                          (pose.trueHeadingDeg + pose.headingErrorDeg) * degToRad,
                                          1.0, pose.x, pose.y, pose.z));
-    scan->scanner = ScanPosition{pose.x, pose.y, pose.z};
+    scan->scanner = Point3{pose.x, pose.y, pose.z};
     const auto add = [&](const std::string& label, const std::function<bool(const fs::path&)>& write) {
         const fs::path path = benchPath(points, label);
         if (write(path)) scan->files.push_back({label, path});

@@ -72,8 +72,8 @@ RmsRow evaluatePreparedPair(Run& run, double spacing) {
     const double zMin = run.options.ZMIN;
     RmsRow row;
     // The walk reads coordinates apart: the work copies serve, empty again afterwards.
-    copySorted(first, run.state.cubeCount, pair.firstWork);
-    copySorted(second, run.state.cubeCount, pair.secondWork);
+    copySorted(run, first, run.state.cubeCount, pair.firstWork);
+    copySorted(run, second, run.state.cubeCount, pair.secondWork);
     row.rms12 = measurePairRms(run, pair.firstWork, pair.secondWork, maxDistance, row.np12, zMin);
     row.rms21 = measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance, row.np21, zMin);
     clearWorkCloud(pair.firstWork);

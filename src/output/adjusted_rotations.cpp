@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "output/report_text.h"
 #include "run/console.h"
 #include "run/output_file.h"
 
@@ -14,16 +15,6 @@ namespace {
 constexpr int pairAccepted = 0;
 constexpr int pairRejected = 1;  // set aside by the robust loop
 constexpr int pairRefused = 2;   // a rotation beyond a half turn, or an unusable RMS
-
-template <typename... Values>
-void appendLine(std::string& text, const char* format, Values... values) {
-    const int length = std::snprintf(nullptr, 0, format, values...);
-    if (length <= 0) return;
-    std::string line(static_cast<std::size_t>(length) + 1, '\0');
-    std::snprintf(line.data(), line.size(), format, values...);
-    line.pop_back();  // the terminator snprintf needs
-    text += line;
-}
 
 void reportPair(const AdjustedPair& pair) {
     switch (pair.status) {
@@ -69,9 +60,7 @@ void writeAdjustmentFile(const Run& run, const std::string& text) {
     const std::string& path = run.state.adjPath;
     OutputFile output = createWholeFile(path, run.state.logFile.get());
     if (!output.file) {
-        std::printf("Unable to create %s \n", path.c_str());
-        std::printf("Please verify that the path exists. \n");
-        endRun(1);
+        endRunOnUncreatableFile(path);
     }
     requireWritten(std::fwrite(text.data(), 1, text.size(), output.file.get()) == text.size(), output);
     commitWholeFile(output);
@@ -83,10 +72,10 @@ std::string adjustmentFileText(const HeadingAdjustment& adjustment) {
     std::string text = "ID,rotation(degrees),stddev(degrees),mean(degrees),numPairs\n";
     for (const AdjustedScan& scan : adjustment.scans) {
         if (scan.isReached) {
-            appendLine(text, "%i,%f,%f,%f,%i\n", scan.scanId, scan.rotationDeg, scan.sigmaDeg, scan.meanDeg,
-                       scan.pairsUsed);
+            text += formatted("%i,%f,%f,%f,%i\n", scan.scanId, scan.rotationDeg, scan.sigmaDeg,
+                              scan.meanDeg, scan.pairsUsed);
         } else {
-            appendLine(text, "%i,%f,,%f,0\n", scan.scanId, scan.rotationDeg, scan.meanDeg);
+            text += formatted("%i,%f,,%f,0\n", scan.scanId, scan.rotationDeg, scan.meanDeg);
         }
     }
     text += "scan1,scan2,relative(degrees),residual(degrees),weight,rejected\n";
@@ -94,8 +83,8 @@ std::string adjustmentFileText(const HeadingAdjustment& adjustment) {
         const int status = pair.status == PairStatus::accepted  ? pairAccepted
                            : pair.status == PairStatus::refused ? pairRefused
                                                                 : pairRejected;
-        appendLine(text, "%i,%i,%f,%f,%f,%i\n", pair.firstId, pair.secondId, pair.relativeDeg, pair.residualDeg,
-                   pair.weight, status);
+        text += formatted("%i,%i,%f,%f,%f,%i\n", pair.firstId, pair.secondId, pair.relativeDeg,
+                          pair.residualDeg, pair.weight, status);
     }
     return text;
 }

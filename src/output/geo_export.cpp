@@ -48,7 +48,7 @@ void exportScans(Run& run) {
     for (const ScanRecord& scan : run.state.scans) {
         pair.firstPath = exportedFileName(scan.fileName);
         CloudBounds bounds;
-        const ScanPosition scanner{scan.gpsX, scan.gpsY, scan.gpsZ};
+        const Point3 scanner{scan.gpsX, scan.gpsY, scan.gpsZ};
         loadPointFile(run, scanPointFile(scan.fileName), scanner, pair.firstCloud, bounds, false);
         if (!pair.firstCloud.empty()) {
             const ScanMatrix matrix = buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,

@@ -5,8 +5,6 @@
 #include "batch/batch_pair.h"
 #include "batch/rotated_file_name.h"
 #include "output/png_image.h"
-#include "points/cube_grid.h"
-#include "points/cube_sort.h"
 #include "points/pair_preparation.h"
 #include "points/transforms.h"
 #include "run/quiet_console.h"
@@ -75,17 +73,9 @@ void turnPair(Run& measuring, const ReportPair& pair, std::span<const double> tu
 
 // The turned pair measured as an RMS pass measures: new bounds, box and grid first.
 RmsRow measureTurnedPair(Run& measuring, const ReportPair& pair) {
-    PairState& prepared = measuring.pair;
-    prepared.firstBounds = computeBounds(prepared.firstCloud);
-    prepared.secondBounds = computeBounds(prepared.secondCloud);
-    prepared.overlapBounds = overlapOf(prepared.firstBounds, prepared.secondBounds);
     {
         const QuietConsole quiet;
-        const double zMin = measuring.options.ZMIN;
-        assignCubes(measuring, prepared.firstCloud, prepared.overlapBounds, zMin);
-        assignCubes(measuring, prepared.secondCloud, prepared.overlapBounds, zMin);
-        sortByCube(measuring, prepared.firstCloud);
-        sortByCube(measuring, prepared.secondCloud);
+        gridPairOnOverlap(measuring);
     }
     return evaluateQuietly(measuring, pair.spacing);
 }

@@ -1,5 +1,6 @@
 #pragma once
-// Text for the report page: escaping and number formatting, the same on every machine.
+// Text for the report page and other files written whole: escaping and number formatting,
+// the same on every machine.
 
 #include <cstdio>
 #include <string>

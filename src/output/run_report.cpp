@@ -12,6 +12,7 @@
 #include "output/report_page.h"
 #include "output/report_text.h"
 #include "output/rotation_table.h"
+#include "points/point_file_kind.h"
 #include "run/output_file.h"
 #include "run/run_modes.h"
 
@@ -40,9 +41,8 @@ std::vector<RotationEntry> registeredRotations(const std::string& regPath) {
     return rotationEntriesOf(readRegistrationPairs(loading, entryCount));
 }
 
-bool isAdjusted(const Run& run) {
-    return run.options.ROTADJUST != 0 && !run.state.adjustedRotations.empty();
-}
+// The rotation stage keeps adjusted rotations only when ROTADJUST asked for them.
+bool isAdjusted(const Run& run) { return !run.state.adjustedRotations.empty(); }
 
 std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntry> rotations) {
     std::vector<ReportScan> scans;
@@ -55,10 +55,8 @@ std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntr
         scan.rotation = rotationStatsOf(rotations, record.scanId);
         // With ROTADJUST the rotation stage turned the scan by its adjusted rotation: the
         // report shows what was applied, beside the entries it came from.
-        if (isAdjusted(run)) {
-            scan.rotation.meanDeg =
-                adjustedRotation(run.state.adjustedRotations, record.scanId, scan.rotation.meanDeg);
-        }
+        scan.rotation.meanDeg =
+            adjustedRotation(run.state.adjustedRotations, record.scanId, scan.rotation.meanDeg);
         scans.push_back(scan);
     }
     return scans;
@@ -123,7 +121,8 @@ void listFiles(const Run& run, ReportContent& content) {
     content.filesRead.push_back(noteOf(state.optionPath, "option file"));
     content.filesRead.push_back(noteOf(state.databasePath, "survey database"));
     for (const ScanRecord& scan : state.scans) {
-        content.filesRead.push_back(noteOf(scan.fileName, formatted("points of scan %i as surveyed", scan.scanId)));
+        content.filesRead.push_back(
+            noteOf(scanPointFile(scan.fileName), formatted("points of scan %i as surveyed", scan.scanId)));
         if (evaluates(mode) && content.isLine && run.options.FILEEXT == 0) {
             content.filesRead.push_back(noteOf(lineRmsPassFileName(0, scan.fileName),
                                                formatted("rotated points of scan %i, for the RMS pass", scan.scanId)));

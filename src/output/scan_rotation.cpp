@@ -98,15 +98,13 @@ void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, d
     y = ((dy * turn.cosTheta) + (dx * turn.sinTheta)) + scan.gpsY;
 }
 
-// Takes the scan's mean, or its adjusted rotation when the run adjusts over all pairs, and
-// announces it. Count and spread are the entries' either way.
+// Takes the scan's mean, or its adjusted rotation when the run adjusts over all pairs (the
+// list is empty otherwise), and announces it. Count and spread are the entries' either way.
 ScanTurn chooseTurn(const Run& run, std::span<const RotationEntry> table, const ScanRecord& scan,
                     std::int32_t pointCount) {
     ScanTurn turn;
     const double meanDeg = averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpread);
-    turn.rotationDeg = run.options.ROTADJUST == 0
-                           ? meanDeg
-                           : adjustedRotation(run.state.adjustedRotations, scan.scanId, meanDeg);
+    turn.rotationDeg = adjustedRotation(run.state.adjustedRotations, scan.scanId, meanDeg);
     if (turn.rotationDeg == 0.0) {
         std::printf("No rotation values found !=0 for %i so %i points will not be rotated.  \n",
                     scan.scanId, pointCount);
@@ -243,7 +241,7 @@ void rotateExchangeScan(Run& run, const ScanRecord& scan, PointFileKind kind,
     const ScanTurn turn = chooseTurn(run, table, scan, points.pointCount);
     for (auto chunk = nextExchangeChunk(points); !chunk.empty();
          chunk = nextExchangeChunk(points)) {
-        for (const RawPoint& raw : chunk) {
+        for (const Point3& raw : chunk) {
             const TextPointLine point = textPointLineOf(raw.x, raw.y, raw.z);
             if (point.hasPoint) writeTextPoint(run, scan, turn, point, output);
         }
@@ -333,9 +331,7 @@ void rotateScan(Run& run, std::size_t scanIndex, std::span<const RotationEntry> 
 OutputFile createRotationResultFile(const std::string& path, std::FILE* log) {
     OutputFile file = openInPlace(path, "w", log);
     if (!file.file) {
-        std::printf("Unable to create %s \n", path.c_str());
-        std::printf("Please verify that the path exists. \n");
-        endRun(exitFailed);
+        endRunOnUncreatableFile(path);
     }
     requirePrinted(
         std::fprintf(file.file.get(),

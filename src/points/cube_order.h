@@ -26,7 +26,7 @@ struct CubeOrderScratch {
     std::vector<std::uint32_t> radixSpareKeys;
     CubeGrid keyGrid;                      // the grid `keys` belong to
     Turn keyTurn;                          // the turn of the source they were taken after
-    const PointRecord* keySource = nullptr;  // the source they were taken from
+    const double* keySource = nullptr;     // x of the source they were taken from
     bool hasKeys = false;                  // `keys` describe that source, turn and grid
     std::size_t countedParts = 0;          // parts `counts` holds counts of; 0 for none
 };

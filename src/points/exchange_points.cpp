@@ -82,14 +82,14 @@ bool openExchangePoints(const std::string& path, PointFileKind kind, ExchangePoi
     return openPly(path, fileSize, points);
 }
 
-std::span<const RawPoint> nextExchangeChunk(ExchangePoints& points) {
+std::span<const Point3> nextExchangeChunk(ExchangePoints& points) {
     const std::int64_t left = points.pointCount - points.pointsDelivered;
     if (left <= 0) return {};
     if (points.isHeld) {
         const auto start = static_cast<std::size_t>(points.pointsDelivered);
         const std::size_t count = std::min(mostChunkPoints, static_cast<std::size_t>(left));
         points.pointsDelivered += static_cast<std::int64_t>(count);
-        return std::span<const RawPoint>(points.heldPoints).subspan(start, count);
+        return std::span<const Point3>(points.heldPoints).subspan(start, count);
     }
     const auto recordLength = static_cast<std::size_t>(points.layout.recordLength);
     const std::size_t fitting =

@@ -20,10 +20,10 @@ struct ExchangePoints {
     std::int32_t pointCount = 0;        // points the file holds, as its header says
     RecordLayout layout;                // the fixed records
     bool isHeld = false;                // the points are in heldPoints
-    std::vector<RawPoint> heldPoints;   // text PLY and PLY with lists
+    std::vector<Point3> heldPoints;   // text PLY and PLY with lists
     std::int64_t pointsDelivered = 0;   // points handed out so far
     std::vector<std::uint8_t> chunkBytes;  // records of the chunk in hand
-    std::vector<RawPoint> chunk;           // their coordinates
+    std::vector<Point3> chunk;           // their coordinates
 };
 
 // Opens a LAS or PLY file and checks it whole against its header, or refuses it (and any
@@ -32,6 +32,6 @@ bool openExchangePoints(const std::string& path, PointFileKind kind, ExchangePoi
 
 // The next points in file order, at most a few thousand; empty once all are delivered or
 // the file ended early. The span lives until the next call.
-std::span<const RawPoint> nextExchangeChunk(ExchangePoints& points);
+std::span<const Point3> nextExchangeChunk(ExchangePoints& points);
 
 }  // namespace sorvek

@@ -106,58 +106,49 @@ LasHeader checkLasHeader(std::span<const std::uint8_t> head, std::int64_t fileSi
 
 void printLasRefusal(const std::string& path, const LasHeader& header) {
     const char* name = path.c_str();
+    if (header.problem == LasProblem::none) return;
+    if (header.problem == LasProblem::compressed) {
+        std::printf("%s is a compressed LAZ file: decompress it to LAS first \n", name);
+        return;
+    }
+    std::printf("%s is a LAS file that cannot be read: ", name);
     switch (header.problem) {
     case LasProblem::none:
-        break;
     case LasProblem::compressed:
-        std::printf("%s is a compressed LAZ file: decompress it to LAS first \n", name);
         break;
     case LasProblem::cutShort:
-        std::printf("%s is a LAS file that cannot be read: the file ends inside its header \n",
-                    name);
+        std::printf("the file ends inside its header \n");
         break;
     case LasProblem::version:
-        std::printf("%s is a LAS file that cannot be read: version %" PRIu32 ".%" PRIu32
-                    " is not one of 1.0 to 1.4 \n",
-                    name, header.versionMajor, header.versionMinor);
+        std::printf("version %" PRIu32 ".%" PRIu32 " is not one of 1.0 to 1.4 \n",
+                    header.versionMajor, header.versionMinor);
         break;
     case LasProblem::headerTooSmall:
-        std::printf("%s is a LAS file that cannot be read: a header of %" PRIu32
-                    " bytes is too small for LAS %" PRIu32 ".%" PRIu32 " \n",
-                    name, header.headerSize, header.versionMajor, header.versionMinor);
+        std::printf("a header of %" PRIu32 " bytes is too small for LAS %" PRIu32 ".%" PRIu32 " \n",
+                    header.headerSize, header.versionMajor, header.versionMinor);
         break;
     case LasProblem::pointFormat:
-        std::printf("%s is a LAS file that cannot be read: point data format %" PRIu32
-                    " is not one of 0 to 10 \n",
-                    name, header.pointFormat);
+        std::printf("point data format %" PRIu32 " is not one of 0 to 10 \n", header.pointFormat);
         break;
     case LasProblem::recordTooShort:
-        std::printf("%s is a LAS file that cannot be read: point records of %" PRIu32
-                    " bytes are too short for format %" PRIu32 " \n",
-                    name, header.recordLength, header.pointFormat);
+        std::printf("point records of %" PRIu32 " bytes are too short for format %" PRIu32 " \n",
+                    header.recordLength, header.pointFormat);
         break;
     case LasProblem::dataInsideHeader:
-        std::printf("%s is a LAS file that cannot be read: the point data starts inside the "
-                    "header \n",
-                    name);
+        std::printf("the point data starts inside the header \n");
         break;
     case LasProblem::countsDiffer:
-        std::printf("%s is a LAS file that cannot be read: its two point counts differ \n", name);
+        std::printf("its two point counts differ \n");
         break;
     case LasProblem::tooManyPoints:
-        std::printf("%s is a LAS file that cannot be read: %" PRIu64
-                    " points are more than one scan may hold \n",
-                    name, header.pointCount);
+        std::printf("%" PRIu64 " points are more than one scan may hold \n", header.pointCount);
         break;
     case LasProblem::pastEnd:
-        std::printf("%s is a LAS file that cannot be read: the header promises %" PRIu64
-                    " points, the file holds %" PRId64 " \n",
-                    name, header.pointCount, header.pointRoom);
+        std::printf("the header promises %" PRIu64 " points, the file holds %" PRId64 " \n",
+                    header.pointCount, header.pointRoom);
         break;
     case LasProblem::badScale:
-        std::printf("%s is a LAS file that cannot be read: a scale or offset is not a usable "
-                    "number \n",
-                    name);
+        std::printf("a scale or offset is not a usable number \n");
         break;
     }
 }

@@ -17,7 +17,7 @@ namespace sorvek {
 namespace {
 
 // Mode 5 has no scan table; the text reader then has no use for a position.
-ScanPosition placeOf(const Run& run, std::int32_t scanIndex) {
+Point3 placeOf(const Run& run, std::int32_t scanIndex) {
     const auto& scans = run.state.scans;
     const bool isInTable = scanIndex >= 0 && static_cast<std::size_t>(scanIndex) < scans.size();
     if (run.state.runMode == 5 || !isInTable) return {};
@@ -76,8 +76,8 @@ void measureInitialRms(Run& run) {
     const double zMin = run.options.ZMIN;
     std::int32_t acceptedCount = 0;
     // The walk reads coordinates apart; the work copies serve, as the solvers remake them.
-    copySorted(pair.firstCloud, run.state.cubeCount, pair.firstWork);
-    copySorted(pair.secondCloud, run.state.cubeCount, pair.secondWork);
+    copySorted(run, pair.firstCloud, run.state.cubeCount, pair.firstWork);
+    copySorted(run, pair.secondCloud, run.state.cubeCount, pair.secondWork);
     const double rms21 = measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance,
                                         acceptedCount, zMin);
     pair.initialRms21 = static_cast<float>(rms21);
@@ -112,13 +112,18 @@ std::int32_t prepareScanPair(Run& run) {
         moveIntoSurveyFrame(run, pair.firstIndex, pair.firstCloud);
         moveIntoSurveyFrame(run, pair.secondIndex, pair.secondCloud);
     }
+    gridPairOnOverlap(run);
+    if (runMode != 1 && runMode != 5 && runMode != 6) return 1;
+    measureInitialRms(run);
+    return 1;
+}
+
+void gridPairOnOverlap(Run& run) {
+    PairState& pair = run.pair;
     pair.firstBounds = computeBounds(pair.firstCloud);
     pair.secondBounds = computeBounds(pair.secondCloud);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
     assignAndSort(run);
-    if (runMode != 1 && runMode != 5 && runMode != 6) return 1;
-    measureInitialRms(run);
-    return 1;
 }
 
 }  // namespace sorvek

@@ -160,7 +160,7 @@ Step readBinaryProperty(ItemWalk& walk, const PlyProperty& property, double* coo
 }
 
 // One item of an element; for the vertex element `point` receives x, y and z.
-Step readItem(ItemWalk& walk, const PlyElement& element, RawPoint* point) {
+Step readItem(ItemWalk& walk, const PlyElement& element, Point3* point) {
     const PlyHeader& header = *walk.header;
     for (std::size_t index = 0; index < element.properties.size(); ++index) {
         double* coordinate = nullptr;
@@ -180,10 +180,10 @@ Step readItem(ItemWalk& walk, const PlyElement& element, RawPoint* point) {
 
 // Every item of one element; false with the problem set when one cannot be read. An
 // element without properties takes no bytes, however many items it claims.
-bool readElement(ItemWalk& walk, const PlyElement& element, std::vector<RawPoint>* points) {
+bool readElement(ItemWalk& walk, const PlyElement& element, std::vector<Point3>* points) {
     if (element.properties.empty()) return true;
     for (walk.itemIndex = 0; walk.itemIndex < element.count; ++walk.itemIndex) {
-        RawPoint point;
+        Point3 point;
         const Step step = readItem(walk, element, points != nullptr ? &point : nullptr);
         if (step == Step::endOfFile) {
             walk.header->problem = PlyProblem::endsEarly;
@@ -223,7 +223,7 @@ std::optional<RecordLayout> fixedPlyVertices(PlyHeader& header, std::int64_t fil
     return std::nullopt;
 }
 
-void readPlyVertices(ByteSource& source, PlyHeader& header, std::vector<RawPoint>& points) {
+void readPlyVertices(ByteSource& source, PlyHeader& header, std::vector<Point3>& points) {
     ItemWalk walk;
     walk.source = &source;
     walk.header = &header;

@@ -18,6 +18,6 @@ std::optional<RecordLayout> fixedPlyVertices(PlyHeader& header, std::int64_t fil
 
 // Reads every vertex's x, y and z item by item from `source`, which stands right behind
 // the header. On failure header.problem says why and `points` holds what was read.
-void readPlyVertices(ByteSource& source, PlyHeader& header, std::vector<RawPoint>& points);
+void readPlyVertices(ByteSource& source, PlyHeader& header, std::vector<Point3>& points);
 
 }  // namespace sorvek

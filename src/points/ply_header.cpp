@@ -201,54 +201,42 @@ void printPlyRefusal(const std::string& path, const PlyHeader& header) {
     const char* name = path.c_str();
     const std::int64_t vertexCount =
         header.elements.empty() ? 0 : header.elements[header.vertexElement].count;
+    if (header.problem == PlyProblem::none) return;
+    std::printf("%s is a PLY file that cannot be read: ", name);
     switch (header.problem) {
     case PlyProblem::none:
         break;
     case PlyProblem::noEndHeader:
-        std::printf("%s is a PLY file that cannot be read: its header has no end_header line \n",
-                    name);
+        std::printf("its header has no end_header line \n");
         break;
     case PlyProblem::badHeaderLine:
-        std::printf("%s is a PLY file that cannot be read: header line %" PRId64
-                    " is not a PLY header line \n",
-                    name, header.badLine);
+        std::printf("header line %" PRId64 " is not a PLY header line \n", header.badLine);
         break;
     case PlyProblem::badFormat:
-        std::printf("%s is a PLY file that cannot be read: its format is not ascii, "
-                    "binary_little_endian or binary_big_endian 1.0 \n",
-                    name);
+        std::printf("its format is not ascii, binary_little_endian or binary_big_endian 1.0 \n");
         break;
     case PlyProblem::noVertex:
-        std::printf("%s is a PLY file that cannot be read: it has no vertex element \n", name);
+        std::printf("it has no vertex element \n");
         break;
     case PlyProblem::noCoordinates:
-        std::printf("%s is a PLY file that cannot be read: its vertices have no x, y or z \n",
-                    name);
+        std::printf("its vertices have no x, y or z \n");
         break;
     case PlyProblem::coordinateType:
-        std::printf("%s is a PLY file that cannot be read: its x, y and z are not all float or "
-                    "double \n",
-                    name);
+        std::printf("its x, y and z are not all float or double \n");
         break;
     case PlyProblem::tooManyPoints:
-        std::printf("%s is a PLY file that cannot be read: %" PRId64
-                    " vertices are more than one scan may hold \n",
-                    name, vertexCount);
+        std::printf("%" PRId64 " vertices are more than one scan may hold \n", vertexCount);
         break;
     case PlyProblem::pastEnd:
-        std::printf("%s is a PLY file that cannot be read: its %" PRId64
-                    " vertices run past the end of the file \n",
-                    name, vertexCount);
+        std::printf("its %" PRId64 " vertices run past the end of the file \n", vertexCount);
         break;
     case PlyProblem::endsEarly:
-        std::printf("%s is a PLY file that cannot be read: the file ends after %" PRId64
-                    " of its %" PRId64 " vertices \n",
-                    name, header.verticesRead, vertexCount);
+        std::printf("the file ends after %" PRId64 " of its %" PRId64 " vertices \n",
+                    header.verticesRead, vertexCount);
         break;
     case PlyProblem::badNumber:
-        std::printf("%s is a PLY file that cannot be read: item %" PRId64
-                    " of element %s holds something that is not a number \n",
-                    name, header.faultItem, header.faultElement.c_str());
+        std::printf("item %" PRId64 " of element %s holds something that is not a number \n",
+                    header.faultItem, header.faultElement.c_str());
         break;
     }
 }

@@ -59,7 +59,7 @@ void filterPoint(const PointFilter& filter, double x, double y, double z, Filter
 
 }  // namespace
 
-PointFilter pointFilterFor(const Run& run, double zMin, const ScanPosition& scan) {
+PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scan) {
     const RunOptions& options = run.options;
     PointFilter filter;
     filter.isTranslated = !run.state.rmsPhase && options.FILEEXT == 0;
@@ -78,19 +78,19 @@ PointFilter pointFilterFor(const Run& run, double zMin, const ScanPosition& scan
     return filter;
 }
 
-void takePoints(const PointFilter& filter, std::span<const RawPoint> points, FilteredLoad& load,
+void takePoints(const PointFilter& filter, std::span<const Point3> points, FilteredLoad& load,
                 Cloud& cloud) {
     // Local copies keep the limits, sums and bounds in registers: the stores into the cloud
     // could otherwise alias them.
     const PointFilter limits = filter;
     FilteredLoad local = load;
-    for (const RawPoint& point : points) {
+    for (const Point3& point : points) {
         filterPoint(limits, point.x, point.y, point.z, local, cloud);
     }
     load = local;
 }
 
-void takePoint(const PointFilter& filter, const RawPoint& point, FilteredLoad& load, Cloud& cloud) {
+void takePoint(const PointFilter& filter, const Point3& point, FilteredLoad& load, Cloud& cloud) {
     filterPoint(filter, point.x, point.y, point.z, load, cloud);
 }
 

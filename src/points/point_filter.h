@@ -5,23 +5,11 @@
 #include <cstdint>
 #include <span>
 
+#include "points/point3.h"
 #include "run/records.h"
 
 namespace sorvek {
 
-// One point as a file gives it, before any translation or filter.
-struct RawPoint {
-    double x = 0.0;
-    double y = 0.0;
-    double z = 0.0;
-};
-
-// The scanner position of the scan being loaded; unused in run mode 5.
-struct ScanPosition {
-    double x = 0.0;  // gpsX
-    double y = 0.0;  // gpsY
-    double z = 0.0;  // gpsZ
-};
 
 // The options and run state the filter reads, fixed once per file.
 struct PointFilter {
@@ -37,7 +25,8 @@ struct PointFilter {
     bool hasScanner = false;    // false in run mode 5: no range from a scanner, no Cliff Distance
     double minRange = 0.0;      // MINRANGE, inclusive
     double maxRange = 0.0;      // MAXRANGE, inclusive
-    ScanPosition scan;          // the scanner, for the range and the Cliff Distance
+    Point3 scan;                // the scanner (gpsX, gpsY, gpsZ), for the range and the
+                                // Cliff Distance; unused in run mode 5
 };
 
 // What a load gathers besides the points themselves.
@@ -50,16 +39,16 @@ struct FilteredLoad {
     bool hasFirstPoint = false;
 };
 
-PointFilter pointFilterFor(const Run& run, double zMin, const ScanPosition& scan);
+PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scan);
 
 // Each point in file order: translated, made the seed of the bounds if it is the first,
 // then kept (appended to `cloud`) only if it passes the box and the range. A rejected
 // first point therefore still widens the bounds.
-void takePoints(const PointFilter& filter, std::span<const RawPoint> points, FilteredLoad& load,
+void takePoints(const PointFilter& filter, std::span<const Point3> points, FilteredLoad& load,
                 Cloud& cloud);
 
 // takePoints for one point, without the set-up that pays off over many.
-void takePoint(const PointFilter& filter, const RawPoint& point, FilteredLoad& load, Cloud& cloud);
+void takePoint(const PointFilter& filter, const Point3& point, FilteredLoad& load, Cloud& cloud);
 
 // The closing steps of every load, whatever happened before: the Cliff Distance (not in
 // run mode 5; 0 / 0 gives not a number when nothing was kept), `bounds`, and

@@ -15,7 +15,7 @@ namespace {
 // The text reader's course for coordinates that come as numbers: the header's count
 // stands where the text reader announces its counted lines.
 double loadExchangeFile(const Run& run, const std::string& path, PointFileKind kind,
-                        const ScanPosition& scan, Cloud& cloud, CloudBounds& bounds) {
+                        const Point3& scan, Cloud& cloud, CloudBounds& bounds) {
     cloud.clear();
     ExchangePoints points;
     if (!openExchangePoints(path, kind, points)) {
@@ -41,7 +41,7 @@ double loadExchangeFile(const Run& run, const std::string& path, PointFileKind k
 
 }  // namespace
 
-double loadPointFile(const Run& run, const std::string& path, const ScanPosition& scan,
+double loadPointFile(const Run& run, const std::string& path, const Point3& scan,
                      Cloud& cloud, CloudBounds& bounds, bool textAfterEmptyBinary) {
     const PointFileKind kind = pointFileKindOf(path);
     if (isExchangeKind(kind)) return loadExchangeFile(run, path, kind, scan, cloud, bounds);

@@ -34,18 +34,18 @@ Unsigned bigEndianAt(const std::uint8_t* bytes) {
 // not once per point.
 template <typename Decode>
 void decodeColumn(std::span<const std::uint8_t> records, std::size_t recordLength,
-                  std::size_t offset, std::span<RawPoint> out, double RawPoint::*coordinate,
+                  std::size_t offset, std::span<Point3> out, double Point3::*coordinate,
                   Decode decode) {
     const std::uint8_t* record = records.data() + offset;
-    for (RawPoint& point : out) {
+    for (Point3& point : out) {
         point.*coordinate = decode(record);
         record += recordLength;
     }
 }
 
 void decodeField(std::span<const std::uint8_t> records, std::size_t recordLength,
-                 const CoordinateField& field, std::span<RawPoint> out,
-                 double RawPoint::*coordinate) {
+                 const CoordinateField& field, std::span<Point3> out,
+                 double Point3::*coordinate) {
     const std::size_t at = field.offset;
     switch (field.encoding) {
     case FieldEncoding::scaledInt32Little: {
@@ -98,11 +98,11 @@ double loadLittleDouble(const std::uint8_t* bytes) {
 }
 
 void decodeRecords(std::span<const std::uint8_t> records, const RecordLayout& layout,
-                   std::span<RawPoint> out) {
+                   std::span<Point3> out) {
     const auto recordLength = static_cast<std::size_t>(layout.recordLength);
-    decodeField(records, recordLength, layout.fields[0], out, &RawPoint::x);
-    decodeField(records, recordLength, layout.fields[1], out, &RawPoint::y);
-    decodeField(records, recordLength, layout.fields[2], out, &RawPoint::z);
+    decodeField(records, recordLength, layout.fields[0], out, &Point3::x);
+    decodeField(records, recordLength, layout.fields[1], out, &Point3::y);
+    decodeField(records, recordLength, layout.fields[2], out, &Point3::z);
 }
 
 }  // namespace sorvek

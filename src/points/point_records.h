@@ -43,6 +43,6 @@ double loadLittleDouble(const std::uint8_t* bytes);
 
 // Decodes out.size() whole records from `records` (which holds at least that many).
 void decodeRecords(std::span<const std::uint8_t> records, const RecordLayout& layout,
-                   std::span<RawPoint> out);
+                   std::span<Point3> out);
 
 }  // namespace sorvek

@@ -35,7 +35,7 @@ std::optional<std::int32_t> countPointLines(const std::string& path) {
 
 // A line is a point if and only if one scan of "%lf%c%lf%c%lf" converts all five items.
 void takeLine(const PointFilter& filter, const char* line, FilteredLoad& load, Cloud& cloud) {
-    RawPoint point;
+    Point3 point;
     char separator1 = 0;
     char separator2 = 0;
     if (std::sscanf(line, "%lf%c%lf%c%lf", &point.x, &separator1, &point.y, &separator2,
@@ -59,7 +59,7 @@ void loadPointLines(const PointFilter& filter, std::FILE* file, std::int32_t lin
 bool readTextPoints(const Run& run, const std::string& path, Cloud& cloud, CloudBounds& bounds,
                     double& cliffDistance, double zMin, double scanX, double scanY, double scanZ) {
     cloud.clear();
-    const PointFilter filter = pointFilterFor(run, zMin, ScanPosition{scanX, scanY, scanZ});
+    const PointFilter filter = pointFilterFor(run, zMin, Point3{scanX, scanY, scanZ});
     FilteredLoad load;
     const std::optional<std::int32_t> lineCount = countPointLines(path);
     if (!lineCount) {

@@ -2,21 +2,19 @@
 
 #include <immintrin.h>
 
-// AVX-512 versions read eight 32-byte records with four loads and pick x, y and z out of
-// them with permutes; the arithmetic is lane by lane what the scalar lines do. The
-// merge-masked forms with every lane set are used where the plain intrinsics pass an
+// AVX-512 versions take eight points at a time; the arithmetic is lane by lane what the
+// scalar lines do. The merge-masked forms with every lane set are used where the plain intrinsics pass an
 // undefined vector, which this compiler mistakes for an uninitialised read.
 namespace sorvek {
 namespace {
 
 constexpr __mmask8 allLanes = 0xFF;
 
-void turnRecordsScalar(std::span<const PointRecord> records, const Turn& turn, double* x, double* y,
-                       double* z, std::size_t from) {
-    for (std::size_t i = from; i < records.size(); ++i) {
-        x[i] = turnedX(turn, records[i].x, records[i].y);
-        y[i] = turnedY(turn, records[i].x, records[i].y);
-        z[i] = records[i].z;
+void turnCoordinatesScalar(const double* x, const double* y, std::size_t from, std::size_t count,
+                           const Turn& turn, double* tx, double* ty) {
+    for (std::size_t i = from; i < count; ++i) {
+        tx[i] = turnedX(turn, x[i], y[i]);
+        ty[i] = turnedY(turn, x[i], y[i]);
     }
 }
 
@@ -39,40 +37,23 @@ void cubesScalar(const double* x, const double* y, const double* z, std::size_t 
     for (std::size_t i = from; i < count; ++i) keys[i] = cubeOf(grid, x[i], y[i], z[i]);
 }
 
-__attribute__((target("avx512f"))) void turnRecordsAvx512(std::span<const PointRecord> records,
-                                                          const Turn& turn, double* x, double* y,
-                                                          double* z) {
-    const __m512i xyOfPairs = _mm512_setr_epi64(0, 4, 8, 12, 1, 5, 9, 13);
-    const __m512i zOfPairs = _mm512_setr_epi64(2, 6, 10, 14, 3, 7, 11, 15);
+__attribute__((target("avx512f"))) void turnCoordinatesAvx512(const double* x, const double* y,
+                                                              std::size_t count, const Turn& turn,
+                                                              double* tx, double* ty) {
     const __m512d pivotX = _mm512_set1_pd(turn.pivotX);
     const __m512d pivotY = _mm512_set1_pd(turn.pivotY);
     const __m512d cosAngle = _mm512_set1_pd(turn.cosAngle);
     const __m512d sinAngle = _mm512_set1_pd(turn.sinAngle);
     std::size_t i = 0;
-    for (; i + 8 <= records.size(); i += 8) {
-        const double* first = &records[i].x;
-        const __m512d r0 = _mm512_loadu_pd(first);
-        const __m512d r1 = _mm512_loadu_pd(first + 8);
-        const __m512d r2 = _mm512_loadu_pd(first + 16);
-        const __m512d r3 = _mm512_loadu_pd(first + 24);
-        const __m512d xy0 = _mm512_permutex2var_pd(r0, xyOfPairs, r1);  // x0-x3, y0-y3
-        const __m512d xy1 = _mm512_permutex2var_pd(r2, xyOfPairs, r3);  // x4-x7, y4-y7
-        const __m512d zw0 = _mm512_permutex2var_pd(r0, zOfPairs, r1);
-        const __m512d zw1 = _mm512_permutex2var_pd(r2, zOfPairs, r3);
-        const __m512d px = _mm512_mask_shuffle_f64x2(_mm512_setzero_pd(), allLanes, xy0, xy1, 0x44);
-        const __m512d py = _mm512_mask_shuffle_f64x2(_mm512_setzero_pd(), allLanes, xy0, xy1, 0xEE);
-        const __m512d pz = _mm512_mask_shuffle_f64x2(_mm512_setzero_pd(), allLanes, zw0, zw1, 0x44);
-        const __m512d dx = _mm512_sub_pd(px, pivotX);
-        const __m512d dy = _mm512_sub_pd(py, pivotY);
-        const __m512d tx = _mm512_sub_pd(_mm512_add_pd(pivotX, _mm512_mul_pd(dx, cosAngle)),
-                                         _mm512_mul_pd(dy, sinAngle));
-        const __m512d ty = _mm512_add_pd(_mm512_add_pd(pivotY, _mm512_mul_pd(dx, sinAngle)),
-                                         _mm512_mul_pd(dy, cosAngle));
-        _mm512_storeu_pd(x + i, tx);
-        _mm512_storeu_pd(y + i, ty);
-        _mm512_storeu_pd(z + i, pz);
+    for (; i + 8 <= count; i += 8) {
+        const __m512d dx = _mm512_sub_pd(_mm512_loadu_pd(x + i), pivotX);
+        const __m512d dy = _mm512_sub_pd(_mm512_loadu_pd(y + i), pivotY);
+        _mm512_storeu_pd(tx + i, _mm512_sub_pd(_mm512_add_pd(pivotX, _mm512_mul_pd(dx, cosAngle)),
+                                               _mm512_mul_pd(dy, sinAngle)));
+        _mm512_storeu_pd(ty + i, _mm512_add_pd(_mm512_add_pd(pivotY, _mm512_mul_pd(dx, sinAngle)),
+                                               _mm512_mul_pd(dy, cosAngle)));
     }
-    turnRecordsScalar(records, turn, x, y, z, i);
+    turnCoordinatesScalar(x, y, i, count, turn, tx, ty);
 }
 
 // max(value, greatest) and min(value, least) keep the second operand on equality and on
@@ -180,12 +161,12 @@ bool usesAvx512() {
 
 }  // namespace
 
-void turnRecords(std::span<const PointRecord> records, const Turn& turn, std::span<double> x,
-                 std::span<double> y, std::span<double> z) {
+void turnCoordinates(const double* x, const double* y, std::size_t count, const Turn& turn,
+                     double* turnedX, double* turnedY) {
     if (usesAvx512()) {
-        turnRecordsAvx512(records, turn, x.data(), y.data(), z.data());
+        turnCoordinatesAvx512(x, y, count, turn, turnedX, turnedY);
     } else {
-        turnRecordsScalar(records, turn, x.data(), y.data(), z.data(), 0);
+        turnCoordinatesScalar(x, y, 0, count, turn, turnedX, turnedY);
     }
 }
 

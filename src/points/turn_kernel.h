@@ -1,7 +1,7 @@
 #pragma once
-// The per-point arithmetic of the work clouds, a block at a time: turning records into
-// coordinate arrays, their bounds, and their cubes. Wide vector instructions do several
-// points at once with only IEEE subtraction, multiplication, division, addition and
+// The per-point arithmetic of the work clouds, a block at a time: turning coordinates,
+// their bounds, and their cubes. Wide vector instructions do several points at once with
+// only IEEE subtraction, multiplication, division, addition and
 // comparison in the order of the scalar formulas (turnedX, turnedY, cubeOf), so that every
 // value has the bits one point computed alone would get. A scalar path serves processors
 // without them.
@@ -31,9 +31,9 @@ struct PartBounds {
     double maxZ = -std::numeric_limits<double>::infinity();
 };
 
-// x, y and z of `records` turned by `turn`, into the first records.size() places of each.
-void turnRecords(std::span<const PointRecord> records, const Turn& turn, std::span<double> x,
-                 std::span<double> y, std::span<double> z);
+// x and y of `count` points turned by `turn`, into `turnedX` and `turnedY`.
+void turnCoordinates(const double* x, const double* y, std::size_t count, const Turn& turn,
+                     double* turnedX, double* turnedY);
 
 // Widens `bounds` by every point: a value above the greatest or below the least becomes
 // it; NaN changes nothing. Of two equal extremes, 0.0 and -0.0, the vector path may keep

@@ -1,6 +1,7 @@
 #include "points/work_cloud.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 
 #include "points/turn_kernel.h"
@@ -32,21 +33,22 @@ void widenBy(const PartBounds& part, CloudBounds& bounds) {
 // Bounds exactly as one pass over a turned copy finds them, the earlier of two equal
 // extremes kept. Only needed when an extreme is zero: 0.0 and -0.0 are the one pair of
 // equal values that differ, and the vector path does not keep track of which came first.
-CloudBounds boundsOneByOne(std::span<const PointRecord> source, const Turn& turn) {
+CloudBounds boundsOneByOne(const CloudCoordinates& source, const Turn& turn) {
     CloudBounds bounds;
-    bounds.count = static_cast<std::int32_t>(source.size());
-    bounds.minX = bounds.maxX = turnedX(turn, source[0].x, source[0].y);
-    bounds.minY = bounds.maxY = turnedY(turn, source[0].x, source[0].y);
-    bounds.minZ = bounds.maxZ = source[0].z;
-    for (const PointRecord& point : source.subspan(1)) {
-        const double x = turnedX(turn, point.x, point.y);
-        const double y = turnedY(turn, point.x, point.y);
+    bounds.count = static_cast<std::int32_t>(source.x.size());
+    bounds.minX = bounds.maxX = turnedX(turn, source.x[0], source.y[0]);
+    bounds.minY = bounds.maxY = turnedY(turn, source.x[0], source.y[0]);
+    bounds.minZ = bounds.maxZ = source.z[0];
+    for (std::size_t i = 1; i < source.x.size(); ++i) {
+        const double x = turnedX(turn, source.x[i], source.y[i]);
+        const double y = turnedY(turn, source.x[i], source.y[i]);
+        const double z = source.z[i];
         if (x > bounds.maxX) bounds.maxX = x;
         else if (bounds.minX > x) bounds.minX = x;
         if (y > bounds.maxY) bounds.maxY = y;
         else if (bounds.minY > y) bounds.minY = y;
-        if (point.z > bounds.maxZ) bounds.maxZ = point.z;
-        else if (bounds.minZ > point.z) bounds.minZ = point.z;
+        if (z > bounds.maxZ) bounds.maxZ = z;
+        else if (bounds.minZ > z) bounds.minZ = z;
     }
     return bounds;
 }
@@ -56,12 +58,18 @@ bool hasZeroExtreme(const CloudBounds& bounds) {
            bounds.maxY == 0.0 || bounds.minZ == 0.0 || bounds.maxZ == 0.0;
 }
 
-// A block of turned points on the stack of the thread that works on it.
+// A block of turned points on the stack of the thread that works on it; z is the
+// source's own.
 struct TurnedBlock {
     double x[turnBlockSize];
     double y[turnBlockSize];
-    double z[turnBlockSize];
 };
+
+void turnBlock(const CloudCoordinates& source, std::size_t first, std::size_t length,
+               const Turn& turn, TurnedBlock& block) {
+    turnCoordinates(source.x.data() + first, source.y.data() + first, length, turn, block.x,
+                    block.y);
+}
 
 // Calls `use(begin, length)` for each block of at most turnBlockSize points in [begin, end).
 template <typename Use>
@@ -75,19 +83,19 @@ std::size_t threadCountOf(const Run& run) {
     return run.state.workers ? run.state.workers->threadCount : 1;
 }
 
-bool keysFit(const CubeOrderScratch& scratch, std::span<const PointRecord> source,
+bool keysFit(const CubeOrderScratch& scratch, const CloudCoordinates& source,
              const Turn& turn, const CubeGrid& grid) {
     const Turn& kept = scratch.keyTurn;
-    return scratch.hasKeys && scratch.keySource == source.data() &&
-           scratch.keys.size() == source.size() && isSameGrid(scratch.keyGrid, grid) &&
+    return scratch.hasKeys && scratch.keySource == source.x.data() &&
+           scratch.keys.size() == source.x.size() && isSameGrid(scratch.keyGrid, grid) &&
            kept.cosAngle == turn.cosAngle && kept.sinAngle == turn.sinAngle &&
            kept.pivotX == turn.pivotX && kept.pivotY == turn.pivotY;
 }
 
-void keepKeyOrigin(CubeOrderScratch& scratch, std::span<const PointRecord> source,
+void keepKeyOrigin(CubeOrderScratch& scratch, const CloudCoordinates& source,
                    const Turn& turn, const CubeGrid& grid) {
     scratch.hasKeys = true;
-    scratch.keySource = source.data();
+    scratch.keySource = source.x.data();
     scratch.keyTurn = turn;
     scratch.keyGrid = grid;
 }
@@ -100,9 +108,9 @@ void resizeCloud(WorkCloud& cloud, std::size_t count) {
 }
 
 // Cubes of the turned source on `grid`, which has cubes.
-void keysOfTurned(Run& run, std::span<const PointRecord> source, const Turn& turn,
+void keysOfTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
                   const CubeGrid& grid, CubeOrderScratch& scratch) {
-    const std::size_t count = source.size();
+    const std::size_t count = source.x.size();
     scratch.keys.resize(count);
     scratch.countedParts = 0;
     const std::size_t partCount = threadCountOf(run);
@@ -110,16 +118,16 @@ void keysOfTurned(Run& run, std::span<const PointRecord> source, const Turn& tur
         TurnedBlock block;
         forEachBlock(partBegin(count, part, partCount), partBegin(count, part + 1, partCount),
                      [&](std::size_t first, std::size_t length) {
-            turnRecords(source.subspan(first, length), turn, block.x, block.y, block.z);
+            turnBlock(source, first, length, turn, block);
             cubesOf(std::span<const double>(block.x, length), std::span<const double>(block.y, length),
-                    std::span<const double>(block.z, length), grid,
+                    std::span<const double>(source.z).subspan(first, length), grid,
                     std::span<std::uint32_t>(scratch.keys).subspan(first, length));
         });
     });
     keepKeyOrigin(scratch, source, turn, grid);
 }
 
-std::size_t countInGrid(const std::vector<std::uint32_t>& keys, const CubeGrid& grid) {
+std::size_t countInGrid(std::span<const std::uint32_t> keys, const CubeGrid& grid) {
     const auto outOfGrid = static_cast<std::uint32_t>(grid.cubeCount);
     return static_cast<std::size_t>(
         std::count_if(keys.begin(), keys.end(), [&](std::uint32_t key) { return key != outOfGrid; }));
@@ -127,16 +135,39 @@ std::size_t countInGrid(const std::vector<std::uint32_t>& keys, const CubeGrid& 
 
 }  // namespace
 
+void splitCoordinates(Run& run, std::span<const PointRecord> records,
+                      CloudCoordinates& coordinates) {
+    const std::size_t count = records.size();
+    coordinates.x.resize(count);
+    coordinates.y.resize(count);
+    coordinates.z.resize(count);
+    const std::size_t partCount = threadCountOf(run);
+    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
+        const std::size_t end = partBegin(count, part + 1, partCount);
+        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+            coordinates.x[i] = records[i].x;
+            coordinates.y[i] = records[i].y;
+            coordinates.z[i] = records[i].z;
+        }
+    });
+}
+
+void markChanged(WorkCloud& cloud) {
+    static std::atomic<std::uint64_t> lastStamp{0};
+    cloud.stamp = ++lastStamp;
+}
+
 void clearWorkCloud(WorkCloud& cloud) {
+    markChanged(cloud);
     resizeCloud(cloud, 0);
     cloud.inGridCount = 0;
 }
 
-CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Turn& turn,
+CloudBounds turnedBounds(Run& run, const CloudCoordinates& source, const Turn& turn,
                          const CubeGrid& guess, CubeOrderScratch& scratch) {
     CloudBounds bounds;
     scratch.hasKeys = false;
-    const std::size_t count = source.size();
+    const std::size_t count = source.x.size();
     if (count == 0) return bounds;
     const bool keepsKeys = hasCubes(guess);
     const std::size_t bucketCount = static_cast<std::size_t>(guess.cubeCount) + 1;
@@ -151,8 +182,9 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
         TurnedBlock block;
         forEachBlock(partBegin(count, part, partCount), partBegin(count, part + 1, partCount),
                      [&](std::size_t first, std::size_t length) {
-            turnRecords(source.subspan(first, length), turn, block.x, block.y, block.z);
-            const std::span<const double> x(block.x, length), y(block.y, length), z(block.z, length);
+            turnBlock(source, first, length, turn, block);
+            const std::span<const double> x(block.x, length), y(block.y, length);
+            const std::span<const double> z = std::span<const double>(source.z).subspan(first, length);
             widenBounds(x, y, z, extent);
             if (!keepsKeys) return;
             const std::span<std::uint32_t> keys = std::span<std::uint32_t>(scratch.keys).subspan(first, length);
@@ -163,9 +195,9 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
         parts[part] = extent;
     });
     bounds.count = static_cast<std::int32_t>(count);  // the readers stop below 2^31
-    bounds.minX = bounds.maxX = turnedX(turn, source[0].x, source[0].y);
-    bounds.minY = bounds.maxY = turnedY(turn, source[0].x, source[0].y);
-    bounds.minZ = bounds.maxZ = source[0].z;
+    bounds.minX = bounds.maxX = turnedX(turn, source.x[0], source.y[0]);
+    bounds.minY = bounds.maxY = turnedY(turn, source.x[0], source.y[0]);
+    bounds.minZ = bounds.maxZ = source.z[0];
     for (const PartBounds& part : parts) widenBy(part, bounds);
     if (hasZeroExtreme(bounds)) bounds = boundsOneByOne(source, turn);
     if (keepsKeys) {
@@ -175,9 +207,10 @@ CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Tu
     return bounds;
 }
 
-void placeTurned(Run& run, std::span<const PointRecord> source, const Turn& turn,
+void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
                  const CubeGrid& grid, CubeOrderScratch& scratch, WorkCloud& cloud) {
-    const std::size_t count = source.size();
+    const std::size_t count = source.x.size();
+    markChanged(cloud);
     resizeCloud(cloud, count);
     const std::size_t partCount = threadCountOf(run);
     if (!hasCubes(grid)) {
@@ -186,9 +219,9 @@ void placeTurned(Run& run, std::span<const PointRecord> source, const Turn& turn
         runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
             const std::size_t end = partBegin(count, part + 1, partCount);
             for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
-                cloud.x[i] = turnedX(turn, source[i].x, source[i].y);
-                cloud.y[i] = turnedY(turn, source[i].x, source[i].y);
-                cloud.z[i] = source[i].z;
+                cloud.x[i] = turnedX(turn, source.x[i], source.y[i]);
+                cloud.y[i] = turnedY(turn, source.x[i], source.y[i]);
+                cloud.z[i] = source.z[i];
                 cloud.cube[i] = outOfGrid;
             }
         });
@@ -207,12 +240,13 @@ void placeTurned(Run& run, std::span<const PointRecord> source, const Turn& turn
         std::uint32_t* cube = cloud.cube.data();
         forEachBlock(partBegin(count, part, placeParts), partBegin(count, part + 1, placeParts),
                      [&](std::size_t first, std::size_t length) {
-            turnRecords(source.subspan(first, length), turn, block.x, block.y, block.z);
+            turnBlock(source, first, length, turn, block);
+            const double* sourceZ = source.z.data() + first;
             for (std::size_t j = 0; j < length; ++j) {
                 const std::uint32_t place = takePlace(scratch, places, part, first + j);
                 x[place] = block.x[j];
                 y[place] = block.y[j];
-                z[place] = block.z[j];
+                z[place] = sourceZ[j];
                 cube[place] = scratch.keys[first + j];
             }
         });
@@ -224,6 +258,7 @@ void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderSc
                    WorkCloud& spare) {
     const std::size_t count = pointCount(cloud);
     scratch.hasKeys = false;
+    markChanged(cloud);
     if (!hasCubes(grid)) {
         // Every point gets the same index, and a stable sort moves nothing.
         std::fill(cloud.cube.begin(), cloud.cube.end(), static_cast<std::uint32_t>(grid.cubeCount));
@@ -256,10 +291,13 @@ void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderSc
         }
     });
     std::swap(cloud, spare);
+    markChanged(cloud);
+    markChanged(spare);
     cloud.inGridCount = countInGrid(scratch.keys, grid);
 }
 
 void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn) {
+    markChanged(cloud);
     const std::size_t count = pointCount(cloud);
     const std::size_t partCount = threadCountOf(run);
     runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
@@ -273,17 +311,27 @@ void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn) {
     });
 }
 
-void copySorted(std::span<const PointRecord> sorted, std::int32_t cubeCount, WorkCloud& cloud) {
-    resizeCloud(cloud, sorted.size());
-    std::size_t inGrid = 0;
-    for (std::size_t i = 0; i < sorted.size(); ++i) {
-        cloud.x[i] = sorted[i].x;
-        cloud.y[i] = sorted[i].y;
-        cloud.z[i] = sorted[i].z;
-        cloud.cube[i] = sorted[i].cube;
-        if (std::int64_t{sorted[i].cube} < std::int64_t{cubeCount}) ++inGrid;
-    }
-    cloud.inGridCount = inGrid;
+void copySorted(const Run& run, std::span<const PointRecord> sorted, std::int32_t cubeCount,
+                WorkCloud& cloud) {
+    markChanged(cloud);
+    const std::size_t count = sorted.size();
+    resizeCloud(cloud, count);
+    const std::size_t partCount = threadCountOf(run);
+    std::vector<std::size_t> inGrid(partCount, 0);
+    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
+        const std::size_t end = partBegin(count, part + 1, partCount);
+        std::size_t inside = 0;
+        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+            cloud.x[i] = sorted[i].x;
+            cloud.y[i] = sorted[i].y;
+            cloud.z[i] = sorted[i].z;
+            cloud.cube[i] = sorted[i].cube;
+            if (std::int64_t{sorted[i].cube} < std::int64_t{cubeCount}) ++inside;
+        }
+        inGrid[part] = inside;
+    });
+    cloud.inGridCount = 0;
+    for (const std::size_t inside : inGrid) cloud.inGridCount += inside;
 }
 
 }  // namespace sorvek

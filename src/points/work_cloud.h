@@ -15,7 +15,22 @@
 
 namespace sorvek {
 
+// A loaded cloud's coordinates apart, in its order, made once per solver run: a turn then
+// reads 16 bytes a point and leaves z as it is.
+struct CloudCoordinates {
+    UnfilledArray<double> x;
+    UnfilledArray<double> y;
+    UnfilledArray<double> z;
+};
+
+// `records`' coordinates into `coordinates`, which keeps its capacity.
+void splitCoordinates(Run& run, std::span<const PointRecord> records,
+                      CloudCoordinates& coordinates);
+
 inline std::size_t pointCount(const WorkCloud& cloud) { return cloud.x.size(); }
+
+// Gives `cloud` a stamp no cloud has had: whatever was kept of its points is stale.
+void markChanged(WorkCloud& cloud);
 
 // Empty, keeping the capacity for the next pair.
 void clearWorkCloud(WorkCloud& cloud);
@@ -23,12 +38,12 @@ void clearWorkCloud(WorkCloud& cloud);
 // Bounds of `source` turned by `turn`, exactly as computeBounds of a turned copy gives
 // them. On the way the turned points' cubes on `guess` are kept in `scratch`, and counted,
 // so that a following placeTurned on the same grid needs no second look at the points.
-CloudBounds turnedBounds(Run& run, std::span<const PointRecord> source, const Turn& turn,
+CloudBounds turnedBounds(Run& run, const CloudCoordinates& source, const Turn& turn,
                          const CubeGrid& guess, CubeOrderScratch& scratch);
 
 // `source` turned by `turn`, in cube order on `grid`: what a turned copy, assigned and
 // stably sorted by cube, would hold.
-void placeTurned(Run& run, std::span<const PointRecord> source, const Turn& turn,
+void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
                  const CubeGrid& grid, CubeOrderScratch& scratch, WorkCloud& cloud);
 
 // Puts `cloud` in cube order on `grid`, stably from the order it has. `spare` serves as
@@ -41,6 +56,7 @@ void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn);
 
 // A cloud already assigned and sorted, copied as it stands: its in-grid points are those
 // whose cube lies below `cubeCount`.
-void copySorted(std::span<const PointRecord> sorted, std::int32_t cubeCount, WorkCloud& cloud);
+void copySorted(const Run& run, std::span<const PointRecord> sorted, std::int32_t cubeCount,
+                WorkCloud& cloud);
 
 }  // namespace sorvek

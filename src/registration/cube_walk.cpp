@@ -37,6 +37,23 @@ std::size_t cubeStart(const CubeRuns& cloud, std::size_t position) {
     return position;
 }
 
+// The first position at or after `from` whose cube is not below `cube`: steps that double
+// from `from`, then halving, so that a run just ahead is found in a few looks.
+std::size_t firstNotBelow(std::span<const std::uint32_t> cubes, std::size_t from,
+                          std::uint32_t cube) {
+    std::size_t below = from;  // every position before it is below `cube`
+    std::size_t step = 1;
+    while (below < cubes.size() && cubes[below] < cube) {
+        below += step;
+        step *= 2;
+    }
+    const std::size_t low = below - step / 2;  // the last probe below `cube`, or `from`
+    const std::size_t high = std::min(below, cubes.size());
+    return static_cast<std::size_t>(std::lower_bound(cubes.begin() + static_cast<std::ptrdiff_t>(low),
+                                                     cubes.begin() + static_cast<std::ptrdiff_t>(high), cube) -
+                                    cubes.begin());
+}
+
 Point3 pointAt(const CubeRuns& cloud, std::size_t position) {
     return {cloud.x[position], cloud.y[position], cloud.z[position]};
 }
@@ -67,19 +84,14 @@ void takeSample(const CubeRuns& reference, const SampleRule& rule, const Point3&
     accepted.push_back(outcome);
 }
 
-// Places (k * n) / NUMPPC spread the samples evenly and always take the first candidate;
-// every sample of a cube meets the same reference run.
-void sampleCube(const CubeRuns& subject, const CubeRuns& reference, std::size_t runBegin,
-                std::size_t runEnd, std::int32_t samplesPerCube, const SampleRule& rule,
-                WalkPart& part) {
+// Every sample of a cube meets the same reference run.
+void sampleCube(const CubeRuns& reference, std::size_t runBegin,
+                std::size_t runEnd, std::span<const Point3> samples,
+                const SampleRule& rule, WalkPart& part) {
     const ReferenceRun run{reference.x.data() + runBegin, reference.y.data() + runBegin,
                            reference.z.data() + runBegin, runEnd - runBegin,
                            static_cast<std::int32_t>(runBegin)};
-    const auto n = static_cast<std::int64_t>(part.candidates.size());
-    for (std::int32_t k = 0; k < samplesPerCube; ++k) {
-        const std::int64_t place = (std::int64_t{k} * n) / samplesPerCube;
-        const auto position = static_cast<std::size_t>(part.candidates[static_cast<std::size_t>(place)]);
-        const Point3 sample = pointAt(subject, position);
+    for (const Point3& sample : samples) {
         takeSample(reference, rule, sample, nearestInRun(run, sample.x, sample.y, sample.z),
                    part.accepted);
     }
@@ -91,14 +103,16 @@ struct WalkLimits {
     std::int32_t samplesPerCube = 0;  // NUMPPC
 };
 
-// The cubes whose subject runs begin in [begin, end).
-void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimits& limits,
-              const SampleRule& rule, std::size_t begin, std::size_t end, WalkPart& part) {
-    if (begin >= end) return;
+// The sampling of the cubes whose subject runs begin in [begin, end): per cube, the
+// candidates (points strictly between the z limits) and, from a cube of at least NUMPPC
+// of them, NUMPPC samples at places (k * n) / NUMPPC, which spread them evenly and always
+// take the first candidate.
+void samplePart(const CubeRuns& subject, const WalkLimits& limits, std::size_t begin,
+                std::size_t end, WalkPart& part) {
+    part.sampledCubes.clear();
+    part.samples.clear();
+    part.stopsForTooManyPoints = false;
     const auto samplesNeeded = static_cast<std::size_t>(std::max(limits.samplesPerCube, 0));
-    std::size_t referenceCursor = static_cast<std::size_t>(
-        std::lower_bound(reference.cube.begin(), reference.cube.end(), subject.cube[begin]) -
-        reference.cube.begin());
     std::size_t position = begin;
     while (position < end) {
         const std::uint32_t cube = subject.cube[position];
@@ -107,7 +121,7 @@ void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimi
             const double z = subject.z[position];
             if (!(z > limits.zMin && limits.zMax > z)) continue;
             if (part.candidates.size() == mostCandidates) {
-                part.hasTooManyPoints = true;
+                part.stopsForTooManyPoints = true;
                 return;
             }
             part.candidates.push_back(static_cast<std::int32_t>(position));
@@ -115,19 +129,43 @@ void walkPart(const CubeRuns& subject, const CubeRuns& reference, const WalkLimi
         // No sample is taken from a cube of fewer candidates than NUMPPC, nor at all with
         // NUMPPC of 0 or below.
         if (limits.samplesPerCube <= 0 || part.candidates.size() < samplesNeeded) continue;
-        while (referenceCursor < reference.cube.size() && reference.cube[referenceCursor] < cube) {
-            ++referenceCursor;
+        part.sampledCubes.push_back({cube, static_cast<std::uint32_t>(part.samples.size())});
+        const auto n = static_cast<std::int64_t>(part.candidates.size());
+        for (std::int32_t k = 0; k < limits.samplesPerCube; ++k) {
+            const std::int64_t place = (std::int64_t{k} * n) / limits.samplesPerCube;
+            const auto chosen = static_cast<std::size_t>(part.candidates[static_cast<std::size_t>(place)]);
+            part.samples.push_back(pointAt(subject, chosen));
         }
-        const std::size_t runBegin = referenceCursor;
-        while (referenceCursor < reference.cube.size() && reference.cube[referenceCursor] == cube) {
-            ++referenceCursor;
-        }
+    }
+}
+
+// The sampled cubes of a part against their reference runs.
+void walkPart(const CubeRuns& reference, const WalkLimits& limits,
+              const SampleRule& rule, WalkPart& part) {
+    part.accepted.clear();
+    part.hasTooManyPoints = part.stopsForTooManyPoints;
+    if (rule.measuresNothing || part.sampledCubes.empty()) return;
+    const auto samplesNeeded = static_cast<std::size_t>(limits.samplesPerCube);
+    const std::span<const Point3> samples(part.samples);
+    const auto cubes = reference.cube;
+    std::size_t cursor = 0;
+    for (const SampledCube& sampled : part.sampledCubes) {
+        const std::uint32_t cube = sampled.cube;
+        const std::size_t runBegin = firstNotBelow(cubes, cursor, cube);
+        cursor = firstNotBelow(cubes, runBegin, cube + 1);
         // Every sample of a cube counts the same reference run, whatever the distances:
         // the cube passes the neighbour test or is dropped whole.
-        if (referenceCursor - runBegin < samplesNeeded || rule.measuresNothing) continue;
-        sampleCube(subject, reference, runBegin, referenceCursor, limits.samplesPerCube, rule,
-                   part);
+        if (cursor - runBegin < samplesNeeded) continue;
+        sampleCube(reference, runBegin, cursor,
+                   samples.subspan(sampled.firstSample, samplesNeeded), rule, part);
     }
+}
+
+bool isSampledAlready(const SamplingKey& kept, const SamplingKey& wanted) {
+    return wanted.stamp != 0 && kept.stamp == wanted.stamp &&
+           kept.pointCount == wanted.pointCount && kept.zMin == wanted.zMin &&
+           kept.zMax == wanted.zMax && kept.samplesPerCube == wanted.samplesPerCube &&
+           kept.partCount == wanted.partCount;
 }
 
 }  // namespace
@@ -137,24 +175,31 @@ CubeRuns inGridRuns(const WorkCloud& cloud) {
     return {std::span<const double>(cloud.x).first(count),
             std::span<const double>(cloud.y).first(count),
             std::span<const double>(cloud.z).first(count),
-            std::span<const std::uint32_t>(cloud.cube).first(count)};
+            std::span<const std::uint32_t>(cloud.cube).first(count), cloud.stamp};
 }
 
 void walkCubes(Run& run, const CubeRuns& subject, const CubeRuns& reference, double zMin,
-               const SampleRule& rule, std::vector<WalkPart>& parts) {
+               const SampleRule& rule, WalkScratch& scratch) {
     const WalkLimits limits{zMin, run.options.ZMAX, run.options.NUMPPC};
     const std::size_t subjectCount = subject.cube.size();
     const std::size_t partCount = partCountFor(run, subjectCount);
+    std::vector<WalkPart>& parts = scratch.parts;
+    const SamplingKey wanted{subject.stamp, subjectCount, limits.zMin, limits.zMax,
+                             limits.samplesPerCube, partCount};
+    const bool isSampled = isSampledAlready(scratch.sampled, wanted) && parts.size() == partCount;
     parts.resize(partCount);
-    std::vector<std::size_t> begins(partCount + 1);
-    for (std::size_t k = 0; k <= partCount; ++k) {
-        begins[k] = cubeStart(subject, partBegin(subjectCount, k, partCount));
-        parts[std::min(k, partCount - 1)].accepted.clear();
-        parts[std::min(k, partCount - 1)].hasTooManyPoints = false;
+    std::vector<std::size_t> begins;
+    if (!isSampled) {
+        begins.resize(partCount + 1);
+        for (std::size_t k = 0; k <= partCount; ++k) {
+            begins[k] = cubeStart(subject, partBegin(subjectCount, k, partCount));
+        }
     }
     runParts(run.state.workers.get(), partCount, [&](std::size_t k) {
-        walkPart(subject, reference, limits, rule, begins[k], begins[k + 1], parts[k]);
+        if (!isSampled) samplePart(subject, limits, begins[k], begins[k + 1], parts[k]);
+        walkPart(reference, limits, rule, parts[k]);
     });
+    scratch.sampled = wanted;
 }
 
 void stopForTooManyPoints() {

@@ -11,6 +11,14 @@ void forgetKeys(Run& run) {
     EngineScratch& scratch = engineScratch(run);
     scratch.firstOrder.hasKeys = false;
     scratch.secondOrder.hasKeys = false;
+    scratch.walk.sampled = {};
+}
+
+void splitSources(Run& run) {
+    forgetKeys(run);
+    EngineScratch& scratch = engineScratch(run);
+    splitCoordinates(run, run.pair.firstCloud, scratch.firstSource);
+    splitCoordinates(run, run.pair.secondCloud, scratch.secondSource);
 }
 
 }  // namespace sorvek

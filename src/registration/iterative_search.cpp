@@ -97,13 +97,13 @@ double closeCycle(Run& run, const PairMeasures& measures, const TrialPair& total
     const CubeGrid guess = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
     const Turn firstTurn = turnAbout(totals.first, firstScan.gpsX, firstScan.gpsY);
     const Turn secondTurn = turnAbout(totals.second, secondScan.gpsX, secondScan.gpsY);
-    pair.firstBounds = turnedBounds(run, pair.firstCloud, firstTurn, guess, scratch.firstOrder);
-    pair.secondBounds = turnedBounds(run, pair.secondCloud, secondTurn, guess, scratch.secondOrder);
+    pair.firstBounds = turnedBounds(run, scratch.firstSource, firstTurn, guess, scratch.firstOrder);
+    pair.secondBounds = turnedBounds(run, scratch.secondSource, secondTurn, guess, scratch.secondOrder);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
     const CubeGrid cubes = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
     run.state.cubeCount = cubes.cubeCount;
-    placeTurned(run, pair.firstCloud, firstTurn, cubes, scratch.firstOrder, pair.firstWork);
-    placeTurned(run, pair.secondCloud, secondTurn, cubes, scratch.secondOrder, pair.secondWork);
+    placeTurned(run, scratch.firstSource, firstTurn, cubes, scratch.firstOrder, pair.firstWork);
+    placeTurned(run, scratch.secondSource, secondTurn, cubes, scratch.secondOrder, pair.secondWork);
     return measures.measure(run, pair.secondWork, pair.firstWork, run.options.MAXDISTINITIAL,
                             pointCount, run.options.ZMIN);
 }
@@ -140,9 +140,9 @@ double solveIterativeSearchWith(Run& run, const PairMeasures& measures, double& 
     TrialPair totals;
     // Whole records, cubes included: the first iteration searches on the grid and order
     // that the pair was prepared with.
-    forgetKeys(run);
-    copySorted(pair.firstCloud, run.state.cubeCount, pair.firstWork);
-    copySorted(pair.secondCloud, run.state.cubeCount, pair.secondWork);
+    splitSources(run);
+    copySorted(run, pair.firstCloud, run.state.cubeCount, pair.firstWork);
+    copySorted(run, pair.secondCloud, run.state.cubeCount, pair.secondWork);
 
     for (std::int32_t cycle = 0; cycle < options.MAXREPEAT; ++cycle) {
         TrialGrid grid = cycleTrialGrid(options.ALPHA, options.ALPHAINC, cycle);

@@ -80,12 +80,12 @@ double measurePairRms(Run& run, const WorkCloud& subject, const WorkCloud& refer
     rule.needsPartner = isModeFive;
     rule.maxDistance = maxDistance;
     rule.minDistance = -std::numeric_limits<double>::infinity();  // no lower limit here
-    std::vector<WalkPart>& parts = engineScratch(run).walkParts;
-    walkCubes(run, inGridRuns(subject), inGridRuns(reference), zMin, rule, parts);
+    WalkScratch& walk = engineScratch(run).walk;
+    walkCubes(run, inGridRuns(subject), inGridRuns(reference), zMin, rule, walk);
     // The sum is formed here, one accepted sample after the other in walk order.
     double sum = 0.0;
     std::int32_t count = 0;
-    for (const WalkPart& part : parts) {
+    for (const WalkPart& part : walk.parts) {
         for (const SampleOutcome& outcome : part.accepted) {
             if (isModeFive) writeDiagnostics(files, outcome.distance, outcome.sample, outcome.partner);
             sum += rule.isPointToPoint ? outcome.distance : outcome.distance * outcome.distance;

@@ -55,13 +55,13 @@ void gridBothWorkClouds(Run& run, const Turn& firstTurn, const Turn& secondTurn,
     const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
     run.state.cubeCount = grid.cubeCount;
     if (!grids.isFirstWorkPlaced) {
-        placeTurned(run, pair.firstCloud, firstTurn, grid, scratch.firstOrder, pair.firstWork);
+        placeTurned(run, scratch.firstSource, firstTurn, grid, scratch.firstOrder, pair.firstWork);
         grids.isFirstWorkPlaced = true;
     } else if (!isSameGrid(grids.firstWork, grid)) {
         reorderOnGrid(run, pair.firstWork, grid, scratch.firstOrder, scratch.spare);
     }
     grids.firstWork = grid;
-    placeTurned(run, pair.secondCloud, secondTurn, grid, scratch.secondOrder, pair.secondWork);
+    placeTurned(run, scratch.secondSource, secondTurn, grid, scratch.secondOrder, pair.secondWork);
     grids.last = grid;
 }
 
@@ -77,7 +77,7 @@ void convergeSecondRotation(Run& run, const PairMeasures& measures,
         double secondStep = 0.0;  // an estimate with too few pairs leaves its angle unwritten
         const Turn secondTurn = turnAbout(state.secondTotal, secondScan.gpsX, secondScan.gpsY);
         pair.secondBounds =
-            turnedBounds(run, pair.secondCloud, secondTurn, grids.last, scratch.secondOrder);
+            turnedBounds(run, scratch.secondSource, secondTurn, grids.last, scratch.secondOrder);
         gridBothWorkClouds(run, firstTurn, secondTurn, grids);
         measures.estimate(run, pair.firstWork, pair.secondWork,
                           static_cast<double>(limits.maxDist), static_cast<double>(limits.minDist),
@@ -101,13 +101,13 @@ void tryCandidate(Run& run, const PairMeasures& measures, const SearchThresholds
     EngineScratch& scratch = engineScratch(run);
     printProgress(run, state.bestRms, limits);
     const Turn firstTurn = turnAbout(candidate, firstScan.gpsX, firstScan.gpsY);
-    pair.firstBounds = turnedBounds(run, pair.firstCloud, firstTurn, grids.last, scratch.firstOrder);
+    pair.firstBounds = turnedBounds(run, scratch.firstSource, firstTurn, grids.last, scratch.firstOrder);
     grids.isFirstWorkPlaced = false;
     convergeSecondRotation(run, measures, limits, firstTurn, state, grids, pointCount);
 
     // The last step is taken in too; the grid stays that of the last pass.
     const Turn secondTurn = turnAbout(state.secondTotal, secondScan.gpsX, secondScan.gpsY);
-    placeTurned(run, pair.secondCloud, secondTurn, grids.last, scratch.secondOrder,
+    placeTurned(run, scratch.secondSource, secondTurn, grids.last, scratch.secondOrder,
                 pair.secondWork);
     const double rms = measures.measure(run, pair.firstWork, pair.secondWork,
                                         static_cast<double>(limits.maxDist), pointCount,
@@ -169,7 +169,7 @@ double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
     double previousBestSecond = noPreviousBest;
     double searchRange = options.ALPHA;
     PassGrids grids;
-    forgetKeys(run);
+    splitSources(run);
     std::printf("Registering Scans\n");
     // Only the first scan's stored rotation centres the search; the second starts at 0.0.
     state.bestFirst = storedRotation(firstScanOf(run));

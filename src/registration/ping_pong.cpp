@@ -41,9 +41,9 @@ void makeCycleClouds(Run& run, const RotationTotals& totals) {
     EngineScratch& scratch = engineScratch(run);
     const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
     run.state.cubeCount = grid.cubeCount;
-    placeTurned(run, pair.firstCloud, turnAbout(totals.first, firstScan.gpsX, firstScan.gpsY),
+    placeTurned(run, scratch.firstSource, turnAbout(totals.first, firstScan.gpsX, firstScan.gpsY),
                 grid, scratch.firstOrder, pair.firstWork);
-    placeTurned(run, pair.secondCloud,
+    placeTurned(run, scratch.secondSource,
                 turnAbout(totals.second, secondScan.gpsX, secondScan.gpsY), grid,
                 scratch.secondOrder, pair.secondWork);
 }
@@ -132,7 +132,7 @@ double solvePingPongWith(Run& run, const PairMeasures& measures, double& firstRo
     PingPongProgress progress;
     progress.lastRms = static_cast<double>(pair.initialRms);
     RotationTotals previous;  // 0.0 before the first cycle, whatever the start values
-    forgetKeys(run);
+    splitSources(run);
     std::printf("Registering Scans\n");
     progress.totals.first = storedRotation(firstScan);
     progress.totals.second = storedRotation(secondScan);

@@ -74,11 +74,11 @@ double estimateRotation(Run& run, const WorkCloud& subject, const WorkCloud& ref
     rule.needsPartner = !rule.isPointToPoint;  // the foot on the plane
     rule.maxDistance = maxDistance;
     rule.minDistance = minDistance;
-    std::vector<WalkPart>& parts = engineScratch(run).walkParts;
-    walkCubes(run, inGridRuns(subject), inGridRuns(reference), zMin, rule, parts);
+    WalkScratch& walk = engineScratch(run).walk;
+    walkCubes(run, inGridRuns(subject), inGridRuns(reference), zMin, rule, walk);
     // Every sum is formed here, one accepted sample after the other in walk order.
     FitSums sums;
-    for (const WalkPart& part : parts) {
+    for (const WalkPart& part : walk.parts) {
         for (const SampleOutcome& outcome : part.accepted) addToFit(outcome, rule.isPointToPoint, sums);
         if (part.hasTooManyPoints) stopForTooManyPoints();
     }

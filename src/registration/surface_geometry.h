@@ -1,13 +1,9 @@
 #pragma once
 // The local surface under a sample: plane through three points, distance and foot.
 
-namespace sorvek {
+#include "points/point3.h"
 
-struct Point3 {
-    double x = 0.0;
-    double y = 0.0;
-    double z = 0.0;
-};
+namespace sorvek {
 
 // normalX*x + normalY*y + normalZ*z + planeD = 0; the normal is not normalised.
 struct Plane {

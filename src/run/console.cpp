@@ -39,6 +39,12 @@ void endRunOnFailedWrite(const std::string& path, int errorNumber, std::FILE* lo
     endRun(exitFailed);
 }
 
+void endRunOnUncreatableFile(const std::string& path) {
+    std::printf("Unable to create %s \n", path.c_str());
+    std::printf("Please verify that the path exists. \n");
+    endRun(exitFailed);
+}
+
 // The duplicate is taken first: were standard input closed, the empty device opened next
 // would land on its descriptor, already in place.
 FileHandle stopReadingKeys() {

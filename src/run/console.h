@@ -38,6 +38,10 @@ void reportOutOfMemory();
 // with exit code 1. Pass no log when the log itself is what failed.
 [[noreturn]] void endRunOnFailedWrite(const std::string& path, int errorNumber, std::FILE* log);
 
+// A file the run needs could not be created: the user is asked to check its folder, and
+// the run ends with exit code 1.
+[[noreturn]] void endRunOnUncreatableFile(const std::string& path);
+
 // From here on no key is read: standard input becomes the empty device, so that the
 // confirmation, the wait after a failure and the closing prompt all find the end of
 // input at once, which each of them takes as Enter. Returns a stream on the input as it

@@ -41,9 +41,7 @@ std::string databasePathFor(int argumentCount, char** arguments) {
 void openLog(RunState& state) {
     state.logFile = openFile(state.logPath, "w");
     if (!state.logFile) {
-        std::printf("Unable to create %s \n", state.logPath.c_str());
-        std::printf("Please verify that the path exists. \n");
-        endRun(exitFailed);
+        endRunOnUncreatableFile(state.logPath);
     }
 }
 

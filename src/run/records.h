@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "config/run_options.h"
@@ -86,15 +88,43 @@ inline FileHandle openFile(const std::string& path, const char* mode) {
 }
 
 
+// Hands out memory like std::allocator but leaves a new element of a plain type as it
+// is: an array that is written in full before it is read is not zero-filled first.
+template <typename T>
+struct UnfilledAllocator : std::allocator<T> {
+    static_assert(std::is_trivially_default_constructible_v<T>);
+    template <typename U>
+    struct rebind {
+        using other = UnfilledAllocator<U>;
+    };
+    UnfilledAllocator() = default;
+    template <typename U>
+    explicit UnfilledAllocator(const UnfilledAllocator<U>& /*other*/) noexcept {}
+    template <typename U>
+    void construct(U* place) noexcept {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <typename U, typename... Arguments>
+    void construct(U* place, Arguments&&... arguments) {
+        ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+    }
+};
+
+// An array of numbers whose growth leaves the new elements unwritten.
+template <typename T>
+using UnfilledArray = std::vector<T, UnfilledAllocator<T>>;
+
 // A solver's working copy of a cloud: the points in cube order, their coordinates in
 // three arrays so that the walk reads a cube's points as runs of doubles.
 struct WorkCloud {
-    std::vector<double> x;               // coordinates, in cube order
-    std::vector<double> y;
-    std::vector<double> z;
-    std::vector<std::uint32_t> cube;     // ascending over the first inGridCount points; the
+    UnfilledArray<double> x;             // coordinates, in cube order
+    UnfilledArray<double> y;
+    UnfilledArray<double> z;
+    UnfilledArray<std::uint32_t> cube;   // ascending over the first inGridCount points; the
                                          // out-of-grid index for the rest
     std::size_t inGridCount = 0;         // points inside the grid, which come first
+    std::uint64_t stamp = 0;             // new whenever the points change, never repeated;
+                                         // 0 for a cloud made by hand: nothing kept of it
 };
 
 struct PairState {

@@ -38,33 +38,10 @@ void writeLastScan(const fs::path& dir, const std::string& bytes) {
     testing::writeFile(dir / testing::scanFile(4), bytes);
 }
 
-class BadInput : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        clean = new SurveyJob(
-            testing::makeSurveyJob("clean", testing::smallSpec("line", "north", 4, 20000)));
-        testing::runMode(*clean, 1, quickSolvers);
-        testing::runMode(*clean, 2, quickSolvers);
-    }
-    static void TearDownTestSuite() {
-        fs::remove_all(clean->dir);
-        delete clean;
-    }
-
-    // A copy of the clean job, with the results of its runs in modes 1 and 2.
-    static SurveyJob copyOfClean(const std::string& label) {
-        return testing::copyJob(*clean, label);
-    }
-
-    static SurveyJob* clean;
-};
-
-SurveyJob* BadInput::clean = nullptr;
-
 // Every damage lies in scan 4, the database or the options. The rows of the pairs before
 // scan 4 were flushed before the damage was met; a refused database leaves the last run's
 // file as it was.
-TEST_F(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
+TEST(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
     const std::string outOfReach =
         "Coordinates of this pair are not numbers or too far out for the cube grid. "
         "Check the point files and TRANSX, TRANSY. \n";
@@ -92,9 +69,6 @@ TEST_F(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
         {"second-header",
          [](const fs::path& dir) { replaceText(dir / "job.txt", ",S002\n", ",S002\nX,Y,Z,rotX,rotY,rotZ,id,subid,name\n"); },
          "", refusal + "4, the X position is not a number. Please correct the file and try again. \n", 1, 3, 3},
-        {"long-name", [](const fs::path& dir) { replaceText(dir / "job.txt", ",S002", ",S002_named_at_length"); },
-         "", refusal + "3, the name is longer than 15 characters. Please correct the file and try again. \n",
-         1, 3, 3},
         // A grid that cannot be indexed costs every pair its measure, never the run.
         {"grid-too-large", [](const fs::path&) {}, "dCX 0.00001\ndCY 0.00001\n",
          "Cube grid too large for this pair. Increase dCX, dCY or dCZ. \n", 0, 0, 3},
@@ -103,10 +77,10 @@ TEST_F(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
          "Make sure this file is in the same directory as the program \nUSING DEFAULT VALUES!!!!\n",
          0, 0, 3},
     };
-    const Rows cleanRows = testing::readRows(clean->dir / "jobreg.csv");
+    const Rows cleanRows = testing::readRows(testing::cleanLineJob().dir / "jobreg.csv");
     for (const Damage& damage : damages) {
         SCOPED_TRACE(damage.name);
-        const SurveyJob job = copyOfClean(damage.name);
+        const SurveyJob job = testing::copyJob(testing::cleanLineJob(), damage.name);
         damage.apply(job.dir);
         const testing::SessionResult result =
             damage.options ? testing::runMode(job, 1, std::string(quickSolvers) + damage.options)
@@ -125,7 +99,7 @@ TEST_F(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
 // its scans and every later one without rotations, and says so scan by scan, while the
 // scans of the rows before it are rotated exactly as from the whole file. A rotated file
 // that cannot be created costs its scan alone.
-TEST_F(BadInput, RotationStageKeepsEveryScanTheDamageDoesNotReach) {
+TEST(BadInput, RotationStageKeepsEveryScanTheDamageDoesNotReach) {
     struct Case {
         const char* name;
         std::function<void(const fs::path&)> apply;
@@ -144,7 +118,7 @@ TEST_F(BadInput, RotationStageKeepsEveryScanTheDamageDoesNotReach) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        const SurveyJob job = copyOfClean(c.name);
+        const SurveyJob job = testing::copyJob(testing::cleanLineJob(), c.name);
         c.apply(job.dir);
         // The kept files are written anew, not left from the clean run.
         for (int scan : c.keptScans) fs::remove(job.dir / testing::rotatedScanFile(scan));
@@ -155,7 +129,7 @@ TEST_F(BadInput, RotationStageKeepsEveryScanTheDamageDoesNotReach) {
             SCOPED_TRACE(scan);
             const std::string rotated = testing::readFile(job.dir / testing::rotatedScanFile(scan));
             EXPECT_FALSE(rotated.empty());
-            EXPECT_EQ(rotated, testing::readFile(clean->dir / testing::rotatedScanFile(scan)));
+            EXPECT_EQ(rotated, testing::readFile(testing::cleanLineJob().dir / testing::rotatedScanFile(scan)));
         }
         fs::remove_all(job.dir);
     }

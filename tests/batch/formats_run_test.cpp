@@ -11,8 +11,8 @@ namespace sorvek {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::Rows;
 using testing::SurveyJob;
-using Rows = std::vector<std::vector<std::string>>;
 
 SurveyJob makeJobIn(const std::string& format, std::int32_t scans) {
     synth::SurveySpec surveySpec = testing::smallSpec("line", "north", scans, 20000);
@@ -80,11 +80,8 @@ TEST(FormatJobs, RefusedScansFailTheirPairsAndTheBatchGoesOn) {
     testing::writeFile(job.dir / "job_005_001_S005.bxyz", "ASTM-E57" + std::string(200, '\0'));
     const testing::SessionResult result = testing::runMode(job, 1, testing::quickSolvers);
     EXPECT_EQ(result.exitCode, 0);
-    const std::string laz = "job_001_001_S001.las is a compressed LAZ file: decompress it to LAS first \n";
-    const std::string e57 = "job_005_001_S005.bxyz is an E57 file: export its scans to LAS or PLY first \n";
-    EXPECT_EQ(testing::linesStartingWith(result.out, "job_001_001_S001.las is").size(), 2U);
-    EXPECT_NE(result.out.find(laz + "Loading 20000 points from file job_002_001_S002.las \n"), std::string::npos);
-    EXPECT_NE(result.out.find("Finished loading 20000 points\n" + e57), std::string::npos);
+    EXPECT_EQ(testing::linesStartingWith(result.out, "job_001_001_S001.las is a compressed LAZ file").size(), 2U);
+    EXPECT_EQ(testing::linesStartingWith(result.out, "job_005_001_S005.bxyz is an E57 file").size(), 2U);
     EXPECT_EQ(testing::registeredPairs(job.dir / "jobreg.csv"), (std::vector<std::string>{"3,2", "3,4"}));
     const auto failed = [](const char* first, const char* second) {
         return "Unable to open files: " + std::string(first) + " \n and " + second +

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <initializer_list>
-#include <cctype>
-#include <utility>
+#include <regex>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -54,14 +54,7 @@ inline SurveyJob copyJob(const SurveyJob& job, const std::string& label) {
 // The generator's line (or site) of `scans` set-ups with a fixed seed.
 inline synth::SurveySpec smallSpec(const std::string& layout, const std::string& direction,
                                    std::int32_t scans, std::int64_t points) {
-    synth::SurveySpec surveySpec;
-    surveySpec.layout = layout;
-    surveySpec.direction = direction;
-    surveySpec.scans = scans;
-    surveySpec.points = points;
-    surveySpec.seed = 7;
-    surveySpec.name = "job";
-    return surveySpec;
+    return {.layout = layout, .direction = direction, .scans = scans, .points = points, .seed = 7, .name = "job"};
 }
 
 // One run in `mode` with the menu, the confirmation and the closing Enter scripted; the
@@ -79,7 +72,7 @@ using Rows = std::vector<std::vector<std::string>>;
 
 // The fields of every line after the head line.
 inline Rows readRows(const std::filesystem::path& path) {
-    std::vector<std::vector<std::string>> rows;
+    Rows rows;
     std::istringstream in(readFile(path));
     std::string line;
     std::getline(in, line);
@@ -95,12 +88,9 @@ inline Rows readRows(const std::filesystem::path& path) {
 
 // The two scan ids of every row, as "a,b": columns 0 and 2 of registration rows, 0 and 1
 // of RMS rows.
-inline std::vector<std::string> pairsOf(const std::vector<std::vector<std::string>>& rows,
-                                        std::size_t secondColumn) {
+inline std::vector<std::string> pairsOf(const Rows& rows, std::size_t secondColumn) {
     std::vector<std::string> pairs;
-    for (const auto& row : rows) {
-        pairs.push_back(row.size() > secondColumn ? row[0] + "," + row[secondColumn] : "?");
-    }
+    for (const auto& row : rows) pairs.push_back(row.size() > secondColumn ? row[0] + "," + row[secondColumn] : "?");
     return pairs;
 }
 
@@ -127,6 +117,18 @@ inline std::string rotatedScanFile(int id) { return rmsPassFileName(scanFile(id)
 // run and write its rows, not to converge.
 inline const char* const quickSolvers = "MINNUMPTS 50\nMAXITER 2\nMAXREPEAT 2\n";
 
+// A line of four scans with the results of quick runs in modes 1, 2, 8 and 9, made once
+// for all the tests that need it; they copy it before they change anything.
+inline const SurveyJob& cleanLineJob() {
+    struct Made {
+        SurveyJob job = makeSurveyJob("clean", smallSpec("line", "north", 4, 20000));
+        Made() { for (int mode : {1, 2, 8, 9}) runMode(job, mode, quickSolvers); }
+        ~Made() { std::filesystem::remove_all(job.dir); }
+    };
+    static const Made made;
+    return made.job;
+}
+
 // The log a run leaves for the pairs of scans (first, second) that could not be read.
 inline std::string failedPairLog(std::initializer_list<std::pair<int, int>> pairs) {
     std::string log;
@@ -139,19 +141,9 @@ inline std::string failedPairLog(std::initializer_list<std::pair<int, int>> pair
 
 // Every number of seconds in the time lines becomes 0, so that output can be compared
 // whatever the clock did.
-inline std::string withTimesZeroed(std::string out) {
-    const std::string unit = " seconds";
-    for (std::size_t at = out.find(unit); at != std::string::npos; at = out.find(unit, at + 1)) {
-        std::size_t start = at;
-        while (start > 0 && (std::isdigit(static_cast<unsigned char>(out[start - 1])) != 0 ||
-                             out[start - 1] == '-')) {
-            --start;
-        }
-        if (start == at) continue;
-        out.replace(start, at - start, "0");
-        at = start + 1;
-    }
-    return out;
+inline std::string withTimesZeroed(const std::string& out) {
+    static const std::regex seconds("-?[0-9]+ seconds");
+    return std::regex_replace(out, seconds, "0 seconds");
 }
 
 // The values that follow `prefix` on every console line that starts with it.

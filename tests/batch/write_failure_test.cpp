@@ -22,26 +22,15 @@ namespace fs = std::filesystem;
 using testing::SurveyJob;
 using testing::quickSolvers;
 
-std::string matrixName(int scan) {
-    const std::string name = testing::scanFile(scan);
-    return name.substr(0, name.size() - 5) + "s.dat";
-}
-
-std::string exportName(int scan) {
-    const std::string name = testing::scanFile(scan);
-    return name.substr(0, name.size() - 4) + "_adj.txt";
-}
-
-bool endsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() &&
-           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
+// Scan `scan`'s matrix file (mode 8) and export file (mode 9).
+std::string matrixName(int scan) { return testing::scanFile(scan).substr(0, 16) + "s.dat"; }
+std::string exportName(int scan) { return testing::scanFile(scan).substr(0, 17) + "_adj.txt"; }
 
 std::vector<std::string> partialFilesIn(const fs::path& dir) {
     std::vector<std::string> found;
     for (const fs::directory_entry& entry : fs::directory_iterator(dir)) {
         const std::string name = entry.path().filename().string();
-        if (endsWith(name, partialSuffix)) found.push_back(name);
+        if (name.ends_with(partialSuffix)) found.push_back(name);
     }
     return found;
 }
@@ -50,27 +39,9 @@ std::size_t lineCount(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-class WriteFailure : public ::testing::Test {
-protected:
-    // A line of four scans with the results of a clean run in modes 1, 2, 8 and 9.
-    static void SetUpTestSuite() {
-        clean = new SurveyJob(
-            testing::makeSurveyJob("writes-clean", testing::smallSpec("line", "north", 4, 20000)));
-        for (int mode : {1, 2, 8, 9}) testing::runMode(*clean, mode, quickSolvers);
-    }
-    static void TearDownTestSuite() {
-        fs::remove_all(clean->dir);
-        delete clean;
-    }
-
-    static SurveyJob* clean;
-};
-
-SurveyJob* WriteFailure::clean = nullptr;
-
 // Every kind of output file in turn is a link to a device that is always full. Scan 3's
 // files fail, so scans 1 and 2 show that what was done before the failure stays.
-TEST_F(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
+TEST(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
     struct Case {
         int mode;
         std::string failing;                          // linked to /dev/full
@@ -94,7 +65,7 @@ TEST_F(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.failing);
-        const SurveyJob job = testing::copyJob(*clean, "writes-full");
+        const SurveyJob job = testing::copyJob(testing::cleanLineJob(), "writes-full");
         c.damage(job.dir);
         for (const std::string& name : c.keptFiles) fs::remove(job.dir / name);
         fs::remove(job.dir / c.failing);
@@ -106,21 +77,21 @@ TEST_F(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
                         : testing::runMode(job, c.mode, quickSolvers);
         const std::string message = "Unable to write " + c.failing + ": No space left on device \n";
         EXPECT_EQ(result.exitCode, 1);
-        EXPECT_TRUE(endsWith(result.out, message)) << result.out;  // no closing prompt after it
+        EXPECT_TRUE(result.out.ends_with(message)) << result.out;  // no closing prompt after it
         // Mode 5 names its log after the default database.
         const std::string log = c.mode == 5 ? "testlog.txt" : "joblog.txt";
         if (c.failing != log) {
-            EXPECT_TRUE(endsWith(testing::readFile(job.dir / log), message));
+            EXPECT_TRUE(testing::readFile(job.dir / log).ends_with(message));
         }
         EXPECT_EQ(fs::read_symlink(job.dir / c.failing), "/dev/full");
         EXPECT_EQ(partialFilesIn(job.dir), std::vector<std::string>());
         for (const std::string& name : c.keptFiles) {
             SCOPED_TRACE(name);
-            EXPECT_EQ(testing::readFile(job.dir / name), testing::readFile(clean->dir / name));
+            EXPECT_EQ(testing::readFile(job.dir / name), testing::readFile(testing::cleanLineJob().dir / name));
         }
         if (!c.rowFile.empty()) {
             const testing::Rows rows = testing::readRows(job.dir / c.rowFile);
-            const testing::Rows cleanRows = testing::readRows(clean->dir / c.rowFile);
+            const testing::Rows cleanRows = testing::readRows(testing::cleanLineJob().dir / c.rowFile);
             ASSERT_GE(cleanRows.size(), c.keptRows);
             const auto keptEnd = cleanRows.begin() + static_cast<long>(c.keptRows);
             EXPECT_EQ(rows, testing::Rows(cleanRows.begin(), keptEnd));
@@ -131,22 +102,22 @@ TEST_F(WriteFailure, AFullDiskNamesTheFileAndKeepsWhatWasDone) {
 
 // A file-size limit is a full disk that a file meets halfway: the limit lies above the
 // whole rotated file of a short scan 1 and below half of scan 2's.
-TEST_F(WriteFailure, AFileSizeLimitStopsTheRunInsteadOfKillingIt) {
-    const SurveyJob job = testing::copyJob(*clean, "writes-limit");
+TEST(WriteFailure, AFileSizeLimitStopsTheRunInsteadOfKillingIt) {
+    const SurveyJob job = testing::copyJob(testing::cleanLineJob(), "writes-limit");
     constexpr int shortScanPoints = 4000;
     fs::resize_file(job.dir / testing::scanFile(1), shortScanPoints * sizeof(PointRecord));
     for (int scan = 1; scan <= 4; ++scan) fs::remove(job.dir / testing::rotatedScanFile(scan));
     // A third of the file in the shell's blocks, 512 or 1024 bytes: either way the limit
     // falls inside the file.
-    const std::uintmax_t fullSize = fs::file_size(clean->dir / testing::rotatedScanFile(2));
+    const std::uintmax_t fullSize = fs::file_size(testing::cleanLineJob().dir / testing::rotatedScanFile(2));
     const std::string limit = "ulimit -f " + std::to_string(fullSize / 3 / 512) + "; ";
 
     const testing::SessionResult result = testing::runSorvek(
         job.dir, {"job.txt"}, "2\n\n\n", job.baseOptions + quickSolvers, limit);
     const std::string message = "Unable to write " + testing::rotatedScanFile(2) + ": File too large \n";
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(endsWith(result.out, message)) << result.out;
-    EXPECT_TRUE(endsWith(testing::readFile(job.dir / "joblog.txt"), message));
+    EXPECT_TRUE(result.out.ends_with(message)) << result.out;
+    EXPECT_TRUE(testing::readFile(job.dir / "joblog.txt").ends_with(message));
     EXPECT_FALSE(fs::exists(job.dir / testing::rotatedScanFile(2)));
     EXPECT_EQ(partialFilesIn(job.dir), std::vector<std::string>());
     EXPECT_EQ(lineCount(testing::readFile(job.dir / testing::rotatedScanFile(1))), shortScanPoints);

@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     sorvek::assignCubes(run, cloud, bounds, run.options.ZMIN);
     sorvek::sortByCube(run, cloud);
     sorvek::WorkCloud work;
-    sorvek::copySorted(cloud, run.state.cubeCount, work);
+    sorvek::copySorted(run, cloud, run.state.cubeCount, work);
     std::int32_t acceptedCount = 0;
     (void)sorvek::measurePairRms(run, work, work, 0.5, acceptedCount, run.options.ZMIN);
     return 0;

@@ -35,36 +35,15 @@ void expectRotations(const HeadingAdjustment& adjustment, const std::vector<doub
 
 // In a loop of three with weights p = 1 on the differences and 1/4 on each own rotation,
 // the normal matrix is 3.5 I - J: it takes the mean part of the rotations to 0.5 times
-// itself and the rest to 3.5 times itself. So the answer follows from the right-hand side
-// b alone, worked out by hand for each table: the sum over the scan's pairs of its signed
-// differences plus a quarter of its own rotations. Headings that close (0.3 + 0.3 = 0.6)
-// with rotations that disagree, and headings that miss by 0.03. Named the other way
-// round, a pair gives the same bits.
-TEST(HeadingAdjustment, LoopOfThreeSolvesItsNormalEquations) {
-    struct Case { const char* label; std::vector<RegistrationPair> rows; double b[3]; };
-    const Case cases[] = {
-        {"closing", {row(1, 0.3, 2, 0.0), row(2, 0.1, 3, -0.2), row(1, 0.3, 3, -0.3)}, {1.05, 0.025, -1.025}},
-        {"missing by 0.03", {row(1, 0.3, 2, 0.0), row(2, 0.0, 3, -0.3), row(1, 0.33, 3, -0.3)}, {1.0875, 0.0, -1.08}},
-    };
+// itself and the rest to 3.5 times itself. With headings that close (0.3 + 0.3 = 0.6) and
+// rotations that disagree, the right-hand side (the scan's signed differences plus a
+// quarter of its own rotations) is (1.05, 0.025, -1.025), so x = (23, 2.5, -18.5) / 70.
+// Named the other way round, a pair gives the same bits.
+TEST(HeadingAdjustment, LoopOfThreeSolvesItsNormalEquationsWhicheverWayAPairIsNamed) {
     const std::int32_t ids[] = {1, 2, 3};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.label);
-        const HeadingAdjustment adjustment = adjustHeadings(ids, c.rows);
-        const double bMean = (c.b[0] + c.b[1] + c.b[2]) / 3.0;
-        const double mean = bMean / 0.5;
-        expectRotations(adjustment, {mean + ((c.b[0] - bMean) / 3.5), mean + ((c.b[1] - bMean) / 3.5),
-                                     mean + ((c.b[2] - bMean) / 3.5)});
-        for (const AdjustedPair& pair : adjustment.pairs) {
-            EXPECT_EQ(pair.status, PairStatus::accepted);
-            EXPECT_DOUBLE_EQ(pair.weight, 1.0);
-        }
-        for (const AdjustedScan& scan : adjustment.scans) {
-            EXPECT_EQ(scan.pairsUsed, 2);
-            EXPECT_GT(scan.sigmaDeg, 0.0);
-        }
-    }
     const RegistrationPair named[] = {row(1, 0.3, 2, 0.0), row(2, 0.1, 3, -0.2), row(1, 0.3, 3, -0.3)};
     const RegistrationPair turned[] = {row(2, 0.0, 1, 0.3), row(2, 0.1, 3, -0.2), row(3, -0.3, 1, 0.3)};
+    expectRotations(adjustHeadings(ids, named), {23.0 / 70.0, 2.5 / 70.0, -18.5 / 70.0});
     const std::vector<double> once = rotationsOf(adjustHeadings(ids, named));
     const std::vector<double> again = rotationsOf(adjustHeadings(ids, turned));
     EXPECT_EQ(std::memcmp(once.data(), again.data(), once.size() * sizeof(double)), 0);
@@ -81,10 +60,7 @@ TEST(HeadingAdjustment, ChainGivesThePlainMeanWhereEachScansPairsAgree) {
                                          row(3, 0.4, 4, 0.0, 0.015, 4000)};
     const HeadingAdjustment adjustment = adjustHeadings(ids, agreeing);
     expectRotations(adjustment, {0.2, -0.1, 0.4, 0.0});
-    for (const AdjustedScan& scan : adjustment.scans) {
-        EXPECT_NEAR(scan.rotationDeg, scan.meanDeg, 1e-15);
-        EXPECT_NEAR(scan.sigmaDeg, 0.0, 1e-12);
-    }
+    for (const AdjustedScan& scan : adjustment.scans) EXPECT_NEAR(scan.sigmaDeg, 0.0, 1e-12);
 
     const std::int32_t three[] = {1, 2, 3};
     const RegistrationPair disagreeing[] = {row(1, 0.2, 2, 0.0), row(2, 0.1, 3, 0.5)};
@@ -161,10 +137,6 @@ TEST(NormalEquations, FactorsSolvesAndInvertsASmallSystemExactly) {
     SquareMatrix matrix{3, {4, 2, 0, 2, 5, 2, 0, 2, 2}};  // L = [2 0 0; 1 2 0; 0 1 1]
     const SquareMatrix original = matrix;
     ASSERT_TRUE(factorCholesky(matrix));
-    EXPECT_EQ(entry(matrix, 0, 0), 2.0);
-    EXPECT_EQ(entry(matrix, 1, 0), 1.0);
-    EXPECT_EQ(entry(matrix, 2, 1), 1.0);
-    EXPECT_EQ(entry(matrix, 2, 2), 1.0);
     const double rhs[] = {2.0, 1.0, 2.0};
     EXPECT_EQ(solveCholesky(matrix, rhs), (std::vector<double>{1.0, -1.0, 2.0}));
     const SquareMatrix inverse = invertCholesky(matrix);
@@ -176,10 +148,9 @@ TEST(NormalEquations, FactorsSolvesAndInvertsASmallSystemExactly) {
             EXPECT_EQ(entry(inverse, i, j), entry(inverse, j, i));
         }
     }
-    SquareMatrix indefinite{2, {1, 2, 2, 1}};
-    EXPECT_FALSE(factorCholesky(indefinite));
-    SquareMatrix notANumber{1, {std::nan("")}};
-    EXPECT_FALSE(factorCholesky(notANumber));
+    for (SquareMatrix refused : {SquareMatrix{2, {1, 2, 2, 1}}, SquareMatrix{1, {std::nan("")}}}) {
+        EXPECT_FALSE(factorCholesky(refused));
+    }
     SquareMatrix empty = zeroMatrix(0);
     EXPECT_TRUE(factorCholesky(empty));
 }

@@ -1,7 +1,7 @@
-// The report of a generated line and of a generated site, written by the real program and
-// opened in headless Chromium: it renders without a console message, every picture
-// decodes, and the page holds each pair's values exactly as the result files give them.
-// The screenshots stay in report_screenshots/ of the test folder for a person to see.
+// The report of a generated line and of a generated site, written by the real program:
+// every picture decodes, and the page holds each pair's values exactly as the result files
+// give them. The line's page is opened in headless Chromium, renders without a console
+// message, and its screenshot stays in report_screenshots/ of the test folder.
 
 #include <gtest/gtest.h>
 
@@ -25,20 +25,13 @@ constexpr const char* rmsColumns[] = {"scan1", "scan2", "rms12", "np12", "rms21"
 
 bool hasChromium() { return std::system("command -v chromium > /dev/null 2>&1") == 0; }
 
-// Chromium without a profile of its own, network chatter or sandbox (tests may run as
-// root), given at most two minutes.
-std::string chromium(const fs::path& profile) {
-    return "timeout 120 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
-           "--disable-background-networking --disable-component-update --disable-sync --hide-scrollbars "
-           "--user-data-dir=" + profile.string();
-}
-
 struct Rendering {
     std::string dom;          // the page as Chromium parsed it
     std::string consoleLines; // every console message of the page
 };
 
-// One launch parses the page, logs its console and takes the screenshot.
+// One launch of Chromium parses the page, logs its console and takes the screenshot: no
+// profile of its own, network chatter or sandbox (tests may run as root), at most two minutes.
 Rendering render(const fs::path& page, const std::string& screenshotName) {
     const fs::path profile = testing::makeScratchDir("chromium");
     const fs::path dom = profile / "dom.html";
@@ -46,9 +39,11 @@ Rendering render(const fs::path& page, const std::string& screenshotName) {
     fs::create_directories("report_screenshots");
     const fs::path shot = fs::absolute("report_screenshots") / screenshotName;
     fs::remove(shot);
-    std::system((chromium(profile) + " --enable-logging=stderr --v=0 --dump-dom --window-size=1200,7000 --screenshot=" +
-                 shot.string() + " file://" + fs::absolute(page).string() + " > " + dom.string() + " 2> " +
-                 log.string()).c_str());
+    std::system(("timeout 120 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
+                 "--disable-background-networking --disable-component-update --disable-sync --hide-scrollbars "
+                 "--user-data-dir=" + profile.string() +
+                 " --enable-logging=stderr --v=0 --dump-dom --window-size=1200,7000 --screenshot=" + shot.string() +
+                 " file://" + fs::absolute(page).string() + " > " + dom.string() + " 2> " + log.string()).c_str());
     EXPECT_GT(fs::exists(shot) ? fs::file_size(shot) : 0, 20000U) << "no screenshot " << shot;
     Rendering rendering;
     rendering.dom = testing::readFile(dom);

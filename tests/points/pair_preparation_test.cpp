@@ -54,8 +54,8 @@ TEST(PairPreparation, MeasuresBothDirectionsAndKeepsThe32BitMean) {
     const std::string out = prepare(run, result, groundBytes(0, 0, 0), groundBytes(1.05, 0.03, 0.04));
     ASSERT_EQ(result, 1);
     WorkCloud first, second;
-    copySorted(run.pair.firstCloud, run.state.cubeCount, first);
-    copySorted(run.pair.secondCloud, run.state.cubeCount, second);
+    copySorted(run, run.pair.firstCloud, run.state.cubeCount, first);
+    copySorted(run, run.pair.secondCloud, run.state.cubeCount, second);
     const double rms12 = measurePairRms(run, first, second, 0.045, count12, run.options.ZMIN);
     EXPECT_EQ(run.pair.initialRms12, static_cast<float>(rms12));
     EXPECT_NE(static_cast<double>(run.pair.initialRms12), rms12);  // precision did fall

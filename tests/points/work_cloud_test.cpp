@@ -87,10 +87,12 @@ TEST(WorkCloud, PlacesATurnedCloudAsATurnedSortedCopyWouldHoldIt) {
             const Turn turn = turnAbout(0.003, 1001.5, 1999.25);
             CubeOrderScratch scratch;
             WorkCloud cloud;
+            CloudCoordinates coordinates;
+            splitCoordinates(run, source, coordinates);
             // Keys taken under a wrong guess must not be used; under the right one they are.
             for (const CubeGrid& guess : std::initializer_list<CubeGrid>{layCubeGrid(run.options, {0, 0, 9, 0, 9, 0, 9}, 0.0), grid}) {
-                turnedBounds(run, source, turn, guess, scratch);
-                placeTurned(run, source, turn, grid, scratch, cloud);
+                turnedBounds(run, coordinates, turn, guess, scratch);
+                placeTurned(run, coordinates, turn, grid, scratch, cloud);
                 expectSame(cloud, turnedAndSorted(source, turn, grid), grid);
             }
             // Put in order again on another grid, stably from the order it has.
@@ -123,31 +125,15 @@ TEST(WorkCloud, TakesTheBoundsOfATurnedCloudAsComputeBoundsDoes) {
             SCOPED_TRACE(::testing::Message() << c.name << ", " << threads << " threads");
             sorvek::Run run = runWithThreads(threads, 1.0);
             CubeOrderScratch scratch;
-            const CloudBounds got = turnedBounds(run, c.cloud, turn, CubeGrid{}, scratch);
+            CloudCoordinates coordinates;
+            splitCoordinates(run, c.cloud, coordinates);
+            const CloudBounds got = turnedBounds(run, coordinates, turn, CubeGrid{}, scratch);
             Cloud copy;
             rotatedCopy(c.cloud, 0.002, 1000.0, 2000.0, copy);
             const CloudBounds want = computeBounds(copy);
             EXPECT_EQ(got.count, want.count);
             EXPECT_EQ(std::memcmp(&got.minX, &want.minX, 6 * sizeof(double)), 0);
         }
-    }
-}
-
-// Sorting records by any 32-bit keys through the places, with one thread or several.
-TEST(SortByCube, MatchesAStableSortWithSeveralThreads) {
-    std::mt19937 random(9);
-    for (const std::uint32_t high : {7U, 70000U, 0xFFFFFFFFU}) {
-        SCOPED_TRACE(high);
-        std::uniform_int_distribution<std::uint32_t> key(0, high);
-        Cloud cloud(30000);
-        for (std::uint32_t i = 0; i < cloud.size(); ++i) cloud[i] = {0.5 * i, 0, 0, key(random), i};
-        Cloud expected = cloud;
-        std::stable_sort(expected.begin(), expected.end(), [](const PointRecord& a, const PointRecord& b) { return a.cube < b.cube; });
-        sorvek::Run run = runWithThreads(3, 1.0);
-        sortByCube(run, cloud);
-        EXPECT_TRUE(std::equal(cloud.begin(), cloud.end(), expected.begin(), [](const PointRecord& a, const PointRecord& b) {
-            return a.cube == b.cube && a.spare == b.spare;
-        }));
     }
 }
 

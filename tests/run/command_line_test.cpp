@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,59 +22,32 @@ CommandLine parse(std::vector<std::string> words) {
     return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
 }
 
-TEST(CommandLine, TakesThreadsBeforeTheArgumentsAndLeavesTheRestAlone) {
-    struct Case { std::vector<std::string> words; std::int32_t threads; int firstArgument; };
-    for (const Case& c : {Case{{"sorvek"}, 0, 1}, Case{{"sorvek", "line7.txt"}, 0, 1},
-                          Case{{"sorvek", "--threads", "1", "a.bxyz", "b.bxyz"}, 1, 3},
-                          Case{{"sorvek", "--threads", "1024"}, 1024, 3},
-                          Case{{"sorvek", "--threads", "2", "--threads", "07"}, 7, 5},
-                          // After the first argument a flag is an argument like any other.
-                          Case{{"sorvek", "line7.txt", "--threads", "2"}, 0, 1}}) {
-        SCOPED_TRACE(c.words.size());
-        const CommandLine line = parse(c.words);
-        EXPECT_TRUE(line.isValid) << line.problem;
-        EXPECT_EQ(line.threadCount, c.threads);
-        EXPECT_EQ(line.firstArgument, c.firstArgument);
-    }
-}
-
-TEST(CommandLine, RefusesAThreadCountOutsideOneTo1024) {
-    for (const char* value : {"0", "1025", "99999999999", "-2", "2x", "", "two"}) {
-        SCOPED_TRACE(value);
-        const CommandLine line = parse({"sorvek", "--threads", value});
-        EXPECT_FALSE(line.isValid);
-        EXPECT_EQ(line.problem, std::string("sorvek: --threads needs a number of threads from 1 to "
-                                            "1024, not \"") + value + "\"\n");
-    }
-    EXPECT_EQ(parse({"sorvek", "--threads"}).problem,
-              "sorvek: --threads needs a number of threads from 1 to 1024\n");
-}
-
-TEST(CommandLine, FlagsSetTheirFieldsAndLeaveTheArguments) {
-    const CommandLine none = parse({"sorvek", "a.bxyz", "-", "-b.txt"});  // dashes alone are arguments
-    EXPECT_TRUE(none.isValid);
-    EXPECT_FALSE(none.mode);
-    EXPECT_FALSE(none.answersYes);
-    EXPECT_TRUE(none.reportPath.empty());
-    EXPECT_EQ(none.firstArgument, 1);
+// A value may follow '=', the last of two equal flags wins, "--" lets a database whose
+// name begins with dashes through, and after the first argument a flag is an argument.
+TEST(CommandLine, FlagsBeforeTheArgumentsSetTheirFieldsAndLeaveTheRest) {
     const std::filesystem::path dir = testing::makeScratchDir("flags");
     const std::string report = (dir / "line7.HTML").string();
-    EXPECT_FALSE(none.resumesResults);
-    const CommandLine all =
-        parse({"sorvek", "--mode", "7", "--yes", "--resume", "--report", report, "line7.txt"});
-    ASSERT_TRUE(all.isValid) << all.problem;
-    EXPECT_EQ(all.mode, 7);
-    EXPECT_TRUE(all.answersYes);
-    EXPECT_TRUE(all.resumesResults);
-    EXPECT_EQ(all.reportPath, report);
-    EXPECT_EQ(all.firstArgument, 7);
-    // A value may follow '=', the last of two equal flags wins, and "--" lets a database
-    // whose name begins with dashes through.
-    const CommandLine joined = parse({"sorvek", "--mode=7", "--mode=1", "--report=r.htm", "--", "--odd.txt"});
-    ASSERT_TRUE(joined.isValid) << joined.problem;
-    EXPECT_EQ(joined.mode, 1);
-    EXPECT_EQ(joined.reportPath, "r.htm");
-    EXPECT_EQ(joined.firstArgument, 5);
+    struct Case { std::vector<std::string> words; std::int32_t threads; int firstArgument;
+                  std::optional<std::int32_t> mode; bool yes; std::string report;
+                  bool resume = false; };
+    for (const Case& c : {Case{{"sorvek"}, 0, 1, {}, false, ""}, Case{{"sorvek", "a.bxyz", "-", "-b.txt"}, 0, 1, {}, false, ""},
+                          Case{{"sorvek", "--threads", "1", "a.bxyz", "b.bxyz"}, 1, 3, {}, false, ""},
+                          Case{{"sorvek", "--threads", "1024"}, 1024, 3, {}, false, ""},
+                          Case{{"sorvek", "--threads", "2", "--threads", "07"}, 7, 5, {}, false, ""},
+                          Case{{"sorvek", "line7.txt", "--threads", "2", "--yes"}, 0, 1, {}, false, ""},
+                          Case{{"sorvek", "--mode", "4", "--yes", "--report", report, "line7.txt"}, 0, 6, 4, true, report},
+                          Case{{"sorvek", "--mode", "7", "--resume", "--yes", "line7.txt"}, 0, 5, 7, true, "", true},
+                          Case{{"sorvek", "--mode=7", "--mode=1", "--report=r.htm", "--", "--odd.txt"}, 0, 5, 1, false, "r.htm"}}) {
+        SCOPED_TRACE(c.words.back());
+        const CommandLine line = parse(c.words);
+        ASSERT_TRUE(line.isValid) << line.problem;
+        EXPECT_EQ(line.threadCount, c.threads);
+        EXPECT_EQ(line.firstArgument, c.firstArgument);
+        EXPECT_EQ(line.mode, c.mode);
+        EXPECT_EQ(line.answersYes, c.yes);
+        EXPECT_EQ(line.reportPath, c.report);
+        EXPECT_EQ(line.resumesResults, c.resume);
+    }
     EXPECT_TRUE(parse({"sorvek", "--help", "line7.txt"}).asksForHelp);
     EXPECT_TRUE(parse({"sorvek", "--version"}).asksForVersion);
     std::filesystem::remove_all(dir);
@@ -86,8 +60,8 @@ TEST(CommandLine, RefusesWhatItCannotUse) {
     const std::string missing = (dir / "missing" / "r.html").string();
     struct Case { std::vector<std::string> words; std::string problem; };
     const Case cases[] = {
-        {{"sorvek", "--frob", "line7.txt"}, "unknown flag --frob; " + usageLine()},
         {{"sorvek", "--Mode", "4"}, "unknown flag --Mode; " + usageLine()},
+        {{"sorvek", "--threads"}, "--threads needs a number of threads from 1 to 1024"},
         {{"sorvek", "--mode", "12"}, "--mode needs a mode from 0 to 9, not \"12\""},
         {{"sorvek", "--mode=", "4"}, "--mode needs a mode from 0 to 9, not \"\""},
         {{"sorvek", "--mode"}, "--mode needs a mode from 0 to 9"},
@@ -101,21 +75,18 @@ TEST(CommandLine, RefusesWhatItCannotUse) {
         {{"sorvek", "--resume", "--mode", "4"}, "--resume: mode 4 has no pass to resume; modes 3, 6 and 7 do"},
         {{"sorvek", "--resume=yes", "line7.txt"}, "--resume takes no value"},
     };
-    for (const Case& c : cases) {
+    std::vector<Case> all(std::begin(cases), std::end(cases));
+    for (const char* value : {"0", "1025", "99999999999", "-2", "2x", "", "two"}) {
+        all.push_back({{"sorvek", "--threads", value},
+                       "--threads needs a number of threads from 1 to 1024, not \"" + std::string(value) + "\""});
+    }
+    for (const Case& c : all) {
         SCOPED_TRACE(c.problem);
         const CommandLine line = parse(c.words);
         EXPECT_FALSE(line.isValid);
         EXPECT_EQ(line.problem, "sorvek: " + c.problem + "\n");
     }
     std::filesystem::remove_all(dir);
-}
-
-// The refusal comes before the summary, as a bad command line: exit code 2.
-TEST(CommandLine, ABadThreadCountEndsTheProgramWithCodeTwoBeforeTheSummary) {
-    const testing::SessionResult result =
-        testing::runSorvek(testing::makeScratchDir("threads"), {"--threads", "0", "line7.txt"}, "1\n");
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "sorvek: --threads needs a number of threads from 1 to 1024, not \"0\"\n");
 }
 
 // Every part runs once, whatever the pool; a failing part's exception reaches the caller,

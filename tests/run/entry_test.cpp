@@ -59,7 +59,7 @@ TEST(ModesSession, EveryModeReachesTheClosingWithAnEmptyLog) {
         {"3", "\nEVALUATION OF RMS COMPLETE\n\n"},
         {"4", "\nROTATION OF SCANS COMPLETE\n\nEVALUATING RMS OF SCANS\n\nEVALUATION OF RMS COMPLETE\n\n"},
         {"6", " seconds \n"}, {"7", " seconds \n"}, {"8", "\nWriting Transform Matricies for 0 scans....\n"},
-        {"9", "\nPreparing data for export.... \n"}, {"10", "continue.  \n \n"}, {"-1", "continue.  \n \n"},
+        {"9", "\nPreparing data for export.... \n"}, {"-1", "continue.  \n \n"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.mode);

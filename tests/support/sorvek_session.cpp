@@ -8,21 +8,6 @@
 #include <sstream>
 
 namespace sorvek::testing {
-namespace {
-
-std::string quoted(const std::string& text) {
-    std::string result = "'";
-    for (char c : text) {
-        if (c == '\'') {
-            result += "'\\''";
-        } else {
-            result += c;
-        }
-    }
-    return result + "'";
-}
-
-}  // namespace
 
 std::filesystem::path makeScratchDir(const std::string& label) {
     std::string pattern = (std::filesystem::temp_directory_path() / ("sorvek-" + label + "-XXXXXX")).string();
@@ -43,6 +28,12 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
 }
 
 namespace {
+
+std::string quoted(const std::string& text) {
+    std::string result = "'";
+    for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return result + "'";
+}
 
 // Puts `binary` as bin/sorvek and its option file into workDir/bin, and returns the shell
 // command of the run, which ends in the program itself (behind `launcher`, such as a time

@@ -63,8 +63,9 @@ Value valueAt(const std::string& bytes, std::size_t offset) {
     return value;
 }
 
-// The LAS writer against the format's own byte offsets: the public header, the variable-
-// length records between it and the points, and LAS 1.4's extended records behind them.
+// The LAS writer against the format's own byte offsets. The fields the reader uses are
+// pinned by its refusals of files changed at those offsets; here the file's length with
+// its variable-length and extended records, the bounds and the stored integers.
 TEST(SynthWriters, WriteLasHeadersAndRecordsWhereTheFormatPutsThem) {
     const fs::path dir = sorvek::testing::makeScratchDir("synth-las");
     const sorvek::Cloud cloud = {{1000.5, 2000.25, -3.0, 0, 0}, {999.9994, 2001.0, 0.0015, 0, 0}};
@@ -77,17 +78,7 @@ TEST(SynthWriters, WriteLasHeadersAndRecordsWhereTheFormatPutsThem) {
         const std::string las = readFile(dir / "scan.las");
         const std::size_t data = c.header + c.vlrBytes;
         ASSERT_EQ(las.size(), data + (2 * c.record) + c.tail);
-        EXPECT_EQ(las.substr(0, 4), "LASF");
-        EXPECT_EQ(static_cast<int>(las[24]) * 10 + las[25], 10 + static_cast<int>(c.minor));
-        EXPECT_EQ(valueAt<std::uint16_t>(las, 94), c.header);
         EXPECT_EQ(valueAt<std::uint32_t>(las, 96), data);
-        EXPECT_EQ(valueAt<std::uint32_t>(las, 100), 1U);
-        EXPECT_EQ(static_cast<std::uint32_t>(las[104]), c.format);
-        EXPECT_EQ(valueAt<std::uint16_t>(las, 105), c.record);
-        EXPECT_EQ(valueAt<std::uint32_t>(las, 107), c.minor == 4 ? 0U : 2U);
-        EXPECT_EQ(c.minor == 4 ? valueAt<std::uint64_t>(las, 247) : 2U, 2U);
-        EXPECT_EQ(valueAt<double>(las, 131), 0.001);
-        EXPECT_EQ(valueAt<double>(las, 155), 1000.0);
         EXPECT_EQ(valueAt<double>(las, 179), 1000.5);  // greatest X as stored
         EXPECT_EQ(valueAt<double>(las, 187), 999.999);
         // Coordinates are rounded to the nearest step: 999.9994 to -1, 0.0015 to 2.
@@ -127,42 +118,25 @@ TEST(SynthWriters, WritePlyHeadersAndBodiesInEveryEncoding) {
     fs::remove_all(dir);
 }
 
-// Text, LAS and PLY jobs hold the same scans in the survey frame, where the .bxyz job's
-// scan transform puts them, and say so in their option file.
-TEST(SynthJob, WritesEachFormatUnderItsNameInTheSurveyFrame) {
+// A text job writes its scans as text under the .bxyz names, in the survey frame, and its
+// option file says so. (LAS and PLY jobs are aligned against .bxyz ones in the batch tests.)
+TEST(SynthJob, WritesTextScansUnderTheirBxyzNamesInTheSurveyFrame) {
     SurveySpec surveySpec{.scans = 2, .points = 300, .offsetX = 512000.0};
     const fs::path binary = writeJob(surveySpec, "synth-bxyz");
-    surveySpec.format = "ply";
-    const fs::path ply = writeJob(surveySpec, "synth-ply-job");
     surveySpec.format = "text";
     const fs::path text = writeJob(surveySpec, "synth-text-job");
-    EXPECT_TRUE(fs::exists(ply / "survey_002_001_S002.ply") && !fs::exists(ply / "survey_002_001_S002.bxyz"));
     EXPECT_EQ(readFile(text / "survey_002_001_S002.bxyz").substr(0, 8), "#X,Y,Z\n5");  // survey X near 512000
-    EXPECT_EQ(readFile(ply / "sorvek.txt"), readFile(binary / "sorvek.txt") +
-                                                "# The point files lie in the survey frame already.\nSCANTRANSFORM 1\n");
-    const std::string records = readFile(binary / "survey_002_001_S002.bxyz");
-    const std::string vertices = readFile(ply / "survey_002_001_S002.ply");
-    const std::vector<ScanPose> poses = planScans(surveySpec);
-    const sorvek::ScanRecord scan = scanRecordOf(poses[1], poses[1].headingErrorDeg, "");
-    const double c = std::cos(scan.rotZ), s = std::sin(scan.rotZ);
-    for (std::size_t pointIndex = 0; pointIndex < 300; pointIndex += 37) {
-        const sorvek::PointRecord p = valueAt<sorvek::PointRecord>(records, pointIndex * 32);
-        const double* moved = reinterpret_cast<const double*>(vertices.data() + vertices.size() - (300 - pointIndex) * 24);
-        EXPECT_NEAR(moved[0], ((c * p.x) - (s * p.y)) + scan.gpsX, 1e-6);
-        EXPECT_NEAR(moved[1], ((s * p.x) + (c * p.y)) + scan.gpsY, 1e-6);
-        EXPECT_NEAR(moved[2], p.z + scan.gpsZ, 1e-6);
-    }
-    for (const fs::path& dir : {binary, ply, text}) fs::remove_all(dir);
+    EXPECT_EQ(readFile(text / "sorvek.txt"), readFile(binary / "sorvek.txt") +
+                                                 "# The point files lie in the survey frame already.\nSCANTRANSFORM 1\n");
+    for (const fs::path& dir : {binary, text}) fs::remove_all(dir);
 }
 
 TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
     struct Case { const char* arguments; const char* message; };  // no message: help, exit 0
     const Case cases[] = {
         {"--help", nullptr},
-        {"--scans 0", "--scans needs a whole number from 1 to 9999, not '0'"},
         {"--layout ring", "--layout needs line or site, not 'ring'"},
         {"--points", "--points needs a value"},
-        {"--points 12k", "--points needs a whole number from 1 to 50000000, not '12k'"},
         {"--seed -3", "--seed needs a whole number from 0 to 18446744073709551615, not '-3'"},
         {"--offset 5", "--offset needs two numbers X,Y, not '5'"},
         {"--noise 2", "--noise must lie between 0 and 0.5, not 2"},

@@ -59,7 +59,7 @@ std::optional<std::string> readWholeFile(const std::string& path) {
 [[noreturn]] void refuseToResume(const std::string& path, const char* reason) {
     std::printf("Cannot resume %s: %s \n", path.c_str(), reason);
     std::printf("Run it again without --resume to start the pass afresh. \n");
-    endRun(1);
+    endRun(exitFailed);
 }
 
 // Cuts the file back to its kept bytes and opens it for appending.
@@ -68,11 +68,7 @@ OutputFile reopenForAppending(const std::string& path, std::int64_t keptByteCoun
     std::error_code error;
     std::filesystem::resize_file(path, static_cast<std::uintmax_t>(keptByteCount), error);
     OutputFile file = error ? OutputFile{} : openInPlace(path, "a", log);
-    if (!file.file) {
-        std::printf("Unable to create ouput file %s \n", path.c_str());
-        std::printf("Please verify that the path exists. \n");
-        endRun(0);
-    }
+    if (!file.file) endRunWithoutResultFile(path);
     return file;
 }
 

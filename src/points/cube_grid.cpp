@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "run/worker_pool.h"
+
 // The grid is a formula: counts from the box, a whole-number origin, and per point three
 // truncating divisions. Truncation (not flooring) makes layer 0 of each axis twice as
 // deep as the others, since everything less than one cube below the origin lands in it.
@@ -149,7 +151,11 @@ void assignCubes(Run& run, std::span<PointRecord> points, const CloudBounds& bou
         for (PointRecord& point : points) point.cube = outOfGrid;  // 0 for the empty grid
         return;
     }
-    for (PointRecord& point : points) point.cube = cubeOf(grid, point.x, point.y, point.z);
+    runShares(run.state.workers.get(), points.size(), [&](std::size_t begin, std::size_t end) {
+        for (PointRecord& point : points.subspan(begin, end - begin)) {
+            point.cube = cubeOf(grid, point.x, point.y, point.z);
+        }
+    });
 }
 
 int compareCube(const PointRecord& first, const PointRecord& second) {

@@ -66,8 +66,8 @@ void countByCube(Run& run, CubeOrderScratch& scratch, std::size_t partCount,
 }
 
 // One stable scatter of (key, position) by the digit at `shift`.
-void scatterByDigit(const std::vector<std::uint32_t>& keys, const std::vector<std::uint32_t>& order,
-                    std::vector<std::uint32_t>& toKeys, std::vector<std::uint32_t>& toOrder,
+void scatterByDigit(const LargeArray<std::uint32_t>& keys, const LargeArray<std::uint32_t>& order,
+                    LargeArray<std::uint32_t>& toKeys, LargeArray<std::uint32_t>& toOrder,
                     int shift) {
     std::array<std::size_t, digitBuckets> next{};
     for (const std::uint32_t key : keys) ++next[(key >> shift) & digitMask];
@@ -86,12 +86,12 @@ void scatterByDigit(const std::vector<std::uint32_t>& keys, const std::vector<st
 
 void rankByRadix(CubeOrderScratch& scratch) {
     const std::size_t pointCount = scratch.keys.size();
-    std::vector<std::uint32_t>& keys = scratch.radixKeys;
-    std::vector<std::uint32_t>& order = scratch.radixOrder;
+    LargeArray<std::uint32_t>& keys = scratch.radixKeys;
+    LargeArray<std::uint32_t>& order = scratch.radixOrder;
     keys.assign(scratch.keys.begin(), scratch.keys.end());
     order.resize(pointCount);
     for (std::size_t i = 0; i < pointCount; ++i) order[i] = static_cast<std::uint32_t>(i);
-    std::vector<std::uint32_t>& spareKeys = scratch.radixSpareKeys;
+    LargeArray<std::uint32_t>& spareKeys = scratch.radixSpareKeys;
     spareKeys.resize(pointCount);
     scratch.radixSpare.resize(pointCount);
     std::uint32_t allBits = 0;  // the bits in which some key differs from the first
@@ -111,13 +111,6 @@ void rankByRadix(CubeOrderScratch& scratch) {
 
 }  // namespace
 
-std::size_t partBegin(std::size_t pointCount, std::size_t part, std::size_t partCount) {
-    // Whole shares first, so that nothing overflows; the shares differ by one at most.
-    const std::size_t share = pointCount / partCount;
-    const std::size_t rest = pointCount % partCount;
-    return share * part + (rest * part) / partCount;
-}
-
 std::size_t countingParts(const Run& run, std::size_t pointCount, std::size_t bucketCount) {
     const std::size_t budget = countBudget(pointCount);
     if (bucketCount == 0 || bucketCount > budget) return 0;
@@ -132,12 +125,16 @@ void clearCounts(CubeOrderScratch& scratch, std::size_t partCount, std::size_t b
 
 CubePlaces preparePlaces(Run& run, CubeOrderScratch& scratch, std::size_t bucketCount) {
     const std::size_t partCount = countingParts(run, scratch.keys.size(), bucketCount);
+    const auto lastBucket = static_cast<std::uint32_t>(bucketCount - 1);
     if (partCount == 0) {
         rankByRadix(scratch);
-        return {true, 1, bucketCount};
+        const LargeArray<std::uint32_t>& sorted = scratch.radixKeys;
+        const auto before = std::lower_bound(sorted.begin(), sorted.end(), lastBucket) - sorted.begin();
+        return {true, 1, bucketCount, static_cast<std::size_t>(before)};
     }
     countByCube(run, scratch, partCount, bucketCount);
-    return {false, partCount, bucketCount};
+    // Part 0's place in the last bucket is the first place of that bucket.
+    return {false, partCount, bucketCount, scratch.counts[lastBucket]};
 }
 
 void rankByCube(Run& run, CubeOrderScratch& scratch, std::size_t bucketCount) {

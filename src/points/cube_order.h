@@ -11,19 +11,20 @@
 #include "points/cube_grid.h"
 #include "points/transforms.h"
 #include "run/records.h"
+#include "run/worker_pool.h"
 
 namespace sorvek {
 
 // Scratch of one cloud's ordering, kept from pass to pass with its capacity.
 struct CubeOrderScratch {
-    std::vector<std::uint32_t> keys;       // cube of each point, in the cloud's present order
-    std::vector<std::uint32_t> ranks;      // place of each point in cube order
-    std::vector<std::uint32_t> counts;     // counting sort: points per part and cube, then
+    LargeArray<std::uint32_t> keys;       // cube of each point, in the cloud's present order
+    LargeArray<std::uint32_t> ranks;      // place of each point in cube order
+    LargeArray<std::uint32_t> counts;     // counting sort: points per part and cube, then
                                            // the next free place of each
-    std::vector<std::uint32_t> radixOrder; // radix sort: positions in cube order
-    std::vector<std::uint32_t> radixSpare; // radix sort: its second arrays
-    std::vector<std::uint32_t> radixKeys;
-    std::vector<std::uint32_t> radixSpareKeys;
+    LargeArray<std::uint32_t> radixOrder; // radix sort: positions in cube order
+    LargeArray<std::uint32_t> radixSpare; // radix sort: its second arrays
+    LargeArray<std::uint32_t> radixKeys;
+    LargeArray<std::uint32_t> radixSpareKeys;
     CubeGrid keyGrid;                      // the grid `keys` belong to
     Turn keyTurn;                          // the turn of the source they were taken after
     const double* keySource = nullptr;     // x of the source they were taken from
@@ -37,9 +38,6 @@ struct CubeOrderScratch {
 // no memory in proportion to a huge cube count is ever taken.
 std::size_t countingParts(const Run& run, std::size_t pointCount, std::size_t bucketCount);
 
-// The first point of part `part` of `partCount` equal shares of `pointCount` points.
-std::size_t partBegin(std::size_t pointCount, std::size_t part, std::size_t partCount);
-
 // The row of counts of part `part`, zeroed, for a caller that counts while it computes
 // the keys; `counts` is sized for `partCount` rows of `bucketCount`.
 void clearCounts(CubeOrderScratch& scratch, std::size_t partCount, std::size_t bucketCount);
@@ -51,6 +49,8 @@ struct CubePlaces {
     bool isRanked = false;      // scratch.ranks holds every place
     std::size_t partCount = 1;  // the parts that must hand out the places
     std::size_t bucketCount = 0;
+    std::size_t beforeLastBucket = 0;  // points in every bucket but the last: the in-grid
+                                       // points, when the last is the out-of-grid one
 };
 
 // Gets the places ready from scratch.keys (each below `bucketCount`). When the counts are

@@ -10,6 +10,7 @@
 #include "points/work_cloud.h"
 #include "registration/engine_scratch.h"
 #include "registration/pair_measure.h"
+#include "run/worker_pool.h"
 
 // Loads, moves, grids and sorts the two clouds of a pair and measures where it starts
 // from. Clouds and scratch keep their capacity from pair to pair.
@@ -38,7 +39,9 @@ void moveIntoSurveyFrame(Run& run, std::int32_t scanIndex, Cloud& cloud) {
     const ScanRecord& scan = run.state.scans.at(static_cast<std::size_t>(scanIndex));
     const ScanMatrix matrix =
         buildScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX, scan.gpsY, scan.gpsZ);
-    applyMatrix(cloud, matrix);
+    runShares(run.state.workers.get(), cloud.size(), [&](std::size_t begin, std::size_t end) {
+        applyMatrix(std::span<PointRecord>(cloud).subspan(begin, end - begin), matrix);
+    });
 }
 
 std::int32_t scanNumber(const Run& run, std::int32_t scanIndex, std::int32_t modeFiveNumber) {

@@ -127,12 +127,6 @@ void keysOfTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
     keepKeyOrigin(scratch, source, turn, grid);
 }
 
-std::size_t countInGrid(std::span<const std::uint32_t> keys, const CubeGrid& grid) {
-    const auto outOfGrid = static_cast<std::uint32_t>(grid.cubeCount);
-    return static_cast<std::size_t>(
-        std::count_if(keys.begin(), keys.end(), [&](std::uint32_t key) { return key != outOfGrid; }));
-}
-
 }  // namespace
 
 void splitCoordinates(Run& run, std::span<const PointRecord> records,
@@ -251,7 +245,7 @@ void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
             }
         });
     });
-    cloud.inGridCount = countInGrid(scratch.keys, grid);
+    cloud.inGridCount = places.beforeLastBucket;
 }
 
 void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderScratch& scratch,
@@ -293,7 +287,7 @@ void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderSc
     std::swap(cloud, spare);
     markChanged(cloud);
     markChanged(spare);
-    cloud.inGridCount = countInGrid(scratch.keys, grid);
+    cloud.inGridCount = places.beforeLastBucket;
 }
 
 void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn) {

@@ -19,7 +19,7 @@ constexpr std::size_t mostCandidates = 999995;
 
 // Parts per thread: several, so that a part of dense cubes does not keep the others
 // waiting. Small walks are not cut at all.
-constexpr std::size_t partsPerThread = 4;
+constexpr std::size_t partsPerThread = 32;
 constexpr std::size_t leastPointsPerPart = 4096;
 
 std::size_t partCountFor(const Run& run, std::size_t subjectCount) {

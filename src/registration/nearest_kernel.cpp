@@ -87,38 +87,31 @@ __attribute__((target("avx512f"))) inline __m512d blockDistancesAvx512(const Ref
                          _mm512_mul_pd(dz, dz));
 }
 
-// The third smallest squared distance of the run, lane by lane a sorted triple kept with
-// min and max: no branch and no insertion. Distances that could never enter (999 or more,
-// NaN) count as infinite. Ties and order do not matter for the value.
-__attribute__((target("avx512f"))) double thirdSmallestAvx512(const ReferenceRun& run, double sx,
-                                                              double sy, double sz,
-                                                              std::size_t& blockEnd,
-                                                              double* kept) {
+// A bound at or above the run's third smallest squared distance: the third smallest of
+// the least distance of each lane and of the points past the last whole block. Any three
+// of the run's distances bound the third smallest from above, and the least of each lane
+// costs one instruction a block. Consecutive points of a run, which lie close together,
+// fall into different lanes, so the bound is seldom much above the truth. A lane that
+// is not a number drops out of the bound; values of 999 and more may stand in it, which
+// then lets every point that could enter through.
+__attribute__((target("avx512f"))) double thirdPlaceBoundAvx512(const ReferenceRun& run, double sx,
+                                                                double sy, double sz,
+                                                                std::size_t& blockEnd,
+                                                                double* kept) {
     const __m512d vx = _mm512_set1_pd(sx);
     const __m512d vy = _mm512_set1_pd(sy);
     const __m512d vz = _mm512_set1_pd(sz);
     const __mmask8 all = 0xFF;
-    const __m512d infinite = _mm512_set1_pd(std::numeric_limits<double>::infinity());
-    const __m512d never = _mm512_set1_pd(emptySquaredDistance);
-    __m512d least = infinite;
-    __m512d second = infinite;
-    __m512d third = infinite;
+    __m512d least = _mm512_set1_pd(std::numeric_limits<double>::infinity());
     std::size_t i = 0;
     for (; i + 8 <= run.count; i += 8) {
-        __m512d q = blockDistancesAvx512(run, i, vx, vy, vz);
+        const __m512d q = blockDistancesAvx512(run, i, vx, vy, vz);
         if (kept != nullptr) _mm512_storeu_pd(kept + i, q);
-        q = _mm512_mask_blend_pd(_mm512_cmp_pd_mask(q, never, _CMP_LT_OQ), infinite, q);
-        const __m512d aboveLeast = _mm512_mask_max_pd(q, all, least, q);
-        least = _mm512_mask_min_pd(q, all, least, q);
-        const __m512d aboveSecond = _mm512_mask_max_pd(aboveLeast, all, second, aboveLeast);
-        second = _mm512_mask_min_pd(aboveLeast, all, second, aboveLeast);
-        third = _mm512_mask_min_pd(aboveSecond, all, third, aboveSecond);
+        least = _mm512_mask_min_pd(least, all, q, least);  // a NaN in q keeps least
     }
     blockEnd = i;
-    alignas(64) double lanes[24];
+    alignas(64) double lanes[8];
     _mm512_store_pd(lanes, least);
-    _mm512_store_pd(lanes + 8, second);
-    _mm512_store_pd(lanes + 16, third);
     double values[3] = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
                         std::numeric_limits<double>::infinity()};
     const auto keep = [&](double q) {
@@ -135,18 +128,16 @@ __attribute__((target("avx512f"))) double thirdSmallestAvx512(const ReferenceRun
         }
     };
     for (const double q : lanes) keep(q);
-    for (std::size_t j = i; j < run.count; ++j) {
-        const double q = squaredDistance(run, j, sx, sy, sz);
-        if (q < emptySquaredDistance) keep(q);
-    }
+    for (std::size_t j = i; j < run.count; ++j) keep(squaredDistance(run, j, sx, sy, sz));
     return values[2];
 }
 
 // Only points at or below the run's third smallest distance can be in the final list, and
-// putting only them through the insertion rule, in run order, gives the very list that
-// all points would give: a point beyond it can only ever stand behind those at or below
-// it, so it moves none of them and, once three of them are in, enters no more. The first
-// pass finds that distance without a branch; the second meets the few points that pass.
+// putting them through the insertion rule, in run order, with or without any points
+// beyond it, gives the very list that all points would give: a point beyond it can only
+// ever stand behind those at or below it, so it moves none of them and, once three of
+// them are in, enters no more. The first pass finds a bound at or above that distance
+// without a branch; the second meets the few points at or below the bound.
 __attribute__((target("avx512f"))) NearestList nearestAvx512(const ReferenceRun& run, double sx,
                                                               double sy, double sz) {
     NearestList nearest;
@@ -157,7 +148,7 @@ __attribute__((target("avx512f"))) NearestList nearestAvx512(const ReferenceRun&
     // A short run's distances are kept from the first pass, a long one's are taken again.
     alignas(64) double kept[keptDistances];
     const bool isKept = run.count <= keptDistances;
-    const double limit = thirdSmallestAvx512(run, sx, sy, sz, blockEnd, isKept ? kept : nullptr);
+    const double limit = thirdPlaceBoundAvx512(run, sx, sy, sz, blockEnd, isKept ? kept : nullptr);
     const __m512d vlimit = _mm512_set1_pd(limit);
     const __m512d never = _mm512_set1_pd(emptySquaredDistance);
     for (std::size_t i = 0; i < blockEnd; i += 8) {

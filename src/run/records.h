@@ -14,6 +14,7 @@
 
 #include "config/run_options.h"
 #include "run/command_line.h"
+#include "run/large_array.h"
 
 namespace sorvek {
 
@@ -40,7 +41,7 @@ static_assert(sizeof(PointRecord) == 32 && offsetof(PointRecord, cube) == 24);
 static_assert(std::endian::native == std::endian::little);
 
 // A cloud's length is its vector's size; CloudBounds::count carries the same number.
-using Cloud = std::vector<PointRecord>;
+using Cloud = LargeArray<PointRecord>;
 
 struct CloudBounds {
     std::int32_t count = 0;  // number of points
@@ -88,31 +89,6 @@ inline FileHandle openFile(const std::string& path, const char* mode) {
 }
 
 
-// Hands out memory like std::allocator but leaves a new element of a plain type as it
-// is: an array that is written in full before it is read is not zero-filled first.
-template <typename T>
-struct UnfilledAllocator : std::allocator<T> {
-    static_assert(std::is_trivially_default_constructible_v<T>);
-    template <typename U>
-    struct rebind {
-        using other = UnfilledAllocator<U>;
-    };
-    UnfilledAllocator() = default;
-    template <typename U>
-    explicit UnfilledAllocator(const UnfilledAllocator<U>& /*other*/) noexcept {}
-    template <typename U>
-    void construct(U* place) noexcept {
-        ::new (static_cast<void*>(place)) U;
-    }
-    template <typename U, typename... Arguments>
-    void construct(U* place, Arguments&&... arguments) {
-        ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
-    }
-};
-
-// An array of numbers whose growth leaves the new elements unwritten.
-template <typename T>
-using UnfilledArray = std::vector<T, UnfilledAllocator<T>>;
 
 // A solver's working copy of a cloud: the points in cube order, their coordinates in
 // three arrays so that the walk reads a cube's points as runs of doubles.

@@ -75,4 +75,12 @@ void runParts(WorkerPool* pool, std::size_t partCount,
     }
 }
 
+void runShares(WorkerPool* pool, std::size_t count,
+               const std::function<void(std::size_t, std::size_t)>& share) {
+    const std::size_t shareCount = pool == nullptr ? 1 : pool->threadCount;
+    runParts(pool, shareCount, [&](std::size_t k) {
+        share(partBegin(count, k, shareCount), partBegin(count, k + 1, shareCount));
+    });
+}
+
 }  // namespace sorvek

@@ -44,4 +44,15 @@ std::size_t hardwareThreadCount();
 void runParts(WorkerPool* pool, std::size_t partCount,
               const std::function<void(std::size_t)>& part);
 
+// The first of part `part` of `partCount` equal shares of `count` items.
+inline std::size_t partBegin(std::size_t count, std::size_t part, std::size_t partCount) {
+    // Whole shares first, so that nothing overflows; the shares differ by one at most.
+    return count / partCount * part + (count % partCount * part) / partCount;
+}
+
+// Cuts [0, count) into one share a thread and runs share(begin, end) on each: for work on
+// every point that comes out the same wherever it is cut.
+void runShares(WorkerPool* pool, std::size_t count,
+               const std::function<void(std::size_t, std::size_t)>& share);
+
 }  // namespace sorvek

@@ -65,5 +65,28 @@ TEST(NearestKernel, KeepsTheTieRulesOfTheNearestList) {
     EXPECT_EQ(nearest.squaredDistance, (std::array<double, 3>{1.0, 1.0, 1.0}));
 }
 
+// The wide loop bounds the third place by the least distance of each of its eight lanes.
+// Here the three nearest points share lane 0, every other lane holds points just beyond
+// them and at equal distances, so the bound lies well above the third place and a run
+// of ties must still come out as the insertion rule puts them.
+TEST(NearestKernel, ThreeNearestInOneLaneStillComeOutInRuleOrder) {
+    Run3 run;
+    for (int i = 0; i < 64; ++i) {
+        const bool isNear = i % 8 == 0 && i < 24;
+        run.x.push_back(isNear ? 0.1 * (3 - i / 8) : 0.5 + 0.01 * (i % 3));
+        run.y.push_back(0.0);
+        run.z.push_back(0.0);
+    }
+    for (const std::string& kernel : availableNearestKernels()) {
+        SCOPED_TRACE(kernel);
+        const NearestList nearest = nearestInRunWith(kernel, run.view(0), 0.0, 0.0, 0.0);
+        EXPECT_EQ(nearest.position, (std::array<std::int32_t, 3>{16, 8, 0}));
+        const NearestList tied = nearestInRunWith(kernel, run.view(0), 0.505, 0.0, 0.0);
+        const NearestList slow = nearestInRunScalar(run.view(0), 0.505, 0.0, 0.0);
+        EXPECT_EQ(tied.position, slow.position);
+        EXPECT_EQ(std::memcmp(tied.squaredDistance.data(), slow.squaredDistance.data(), 24), 0);
+    }
+}
+
 }  // namespace
 }  // namespace sorvek

@@ -10,7 +10,8 @@
 # access to the package archive): the build goes on and the tests that need it skip.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev clang libclang-rt-dev zlib1g-dev)
+packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev clang libclang-rt-dev zlib1g-dev
+  libopenmpi-dev openmpi-bin)
 browser=()
 [ "${1:-}" = --for-tests ] && packages+=(clang-format) && browser=(chromium)
 

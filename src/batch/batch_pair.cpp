@@ -89,13 +89,22 @@ void logFailedPair(const Run& run) {
     requireLogWritten(isWritten, run.state);
 }
 
-void printScanTime(bool isEvaluation, std::int32_t scanId, std::int32_t seconds) {
+void printScanTime(std::FILE* console, bool isEvaluation, std::int32_t scanId,
+                   std::int32_t seconds) {
     if (isEvaluation) {
-        std::printf("Time for RMS evaluation of scan %i is %i seconds \n", scanId, seconds);
+        std::fprintf(console, "Time for RMS evaluation of scan %i is %i seconds \n", scanId, seconds);
     } else {
-        std::printf("Time for registration of scan %i is %i seconds \n", scanId, seconds);
+        std::fprintf(console, "Time for registration of scan %i is %i seconds \n", scanId, seconds);
     }
-    std::printf("\n");
+    std::fprintf(console, "\n");
+}
+
+void printTotalTime(std::FILE* console, bool isEvaluation, std::int32_t seconds) {
+    if (isEvaluation) {
+        std::fprintf(console, "Total Time for all RMS evaluations: %i seconds \n", seconds);
+    } else {
+        std::fprintf(console, "Total Time for all registrations: %i seconds \n", seconds);
+    }
 }
 
 }  // namespace sorvek

@@ -3,6 +3,7 @@
 // evaluating it both ways, logging it when its files cannot be read, and the time lines.
 
 #include <cstdint>
+#include <cstdio>
 
 #include "batch/result_rows.h"
 #include "run/records.h"
@@ -36,7 +37,12 @@ double weightedRms(double rms12, std::int32_t np12, double rms21, std::int32_t n
 // The three lines that tell the log a pair could not be prepared.
 void logFailedPair(const Run& run);
 
-// The time line that closes a scan's turn, then a blank line.
-void printScanTime(bool isEvaluation, std::int32_t scanId, std::int32_t seconds);
+// The time line that closes a scan's turn, then a blank line. `console` is stdout except
+// where a process prints what other processes computed.
+void printScanTime(std::FILE* console, bool isEvaluation, std::int32_t scanId,
+                   std::int32_t seconds);
+
+// The last line of a site pass.
+void printTotalTime(std::FILE* console, bool isEvaluation, std::int32_t seconds);
 
 }  // namespace sorvek

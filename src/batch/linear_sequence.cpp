@@ -10,6 +10,7 @@
 
 #include "batch/batch_pair.h"
 #include "batch/result_rows.h"
+#include "batch/resume.h"
 #include "batch/wall_clock.h"
 #include "points/pair_preparation.h"
 #include "survey/file_names.h"
@@ -21,9 +22,11 @@ enum class Side { south, north };
 
 // What one pass carries from pair to pair besides the shared records.
 struct LinearPass {
-    OutputFile file;            // the result file being written
-    bool isEvaluation = false;  // RMS evaluation pass rather than registration pass
-    SolverOutputs outputs;      // the solver's out values, kept across pairs
+    OutputFile file;               // the result file being written
+    bool isEvaluation = false;     // RMS evaluation pass rather than registration pass
+    SolverOutputs outputs;         // the solver's out values, kept across pairs
+    std::vector<PairFate> fates;   // RMS pass: per planned pair, do it or skip it on resuming
+    std::size_t pairPosition = 0;  // RMS pass: the planned pair in hand
 };
 
 // The south pair's files: in an RMS pass those of lineRmsPassFileName, else the scans'
@@ -55,40 +58,68 @@ void storeRotations(Run& run, Side side, const SolverOutputs& outputs) {
     }
 }
 
+}  // namespace
+
+void setLineSouthPairFiles(Run& run, std::int32_t scanIndex) {
+    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
+    run.pair.firstIndex = scanIndex;
+    run.pair.secondIndex = scan.southScan;
+    if (scan.southScan < 0) return;
+    setSouthPaths(run, scan, run.state.scans[static_cast<std::size_t>(scan.southScan)]);
+}
+
+namespace {
+
 void solvePair(Run& run, LinearPass& pass, Side side) {
     const double solverRms = solvePreparedPair(run, pass.outputs);
     storeRotations(run, side, pass.outputs);
     writeRegistrationRow(pass.file, registrationRowOf(run, pass.outputs, solverRms));
 }
 
-void evaluatePair(Run& run, LinearPass& pass) {
+void evaluatePair(Run& run, OutputFile& rowFile) {
     const ScanRecord& first = run.state.scans[static_cast<std::size_t>(run.pair.firstIndex)];
     const ScanRecord& second = run.state.scans[static_cast<std::size_t>(run.pair.secondIndex)];
     const RmsRow row = evaluatePreparedPair(run, first.southDist);
     std::printf("%i:  N:  %lf  S: %lf %i: N: %lf S: %lf\n", row.firstId, first.northDist,
                 first.southDist, row.secondId, second.northDist, second.southDist);
     std::printf("\n");
-    writeRmsRow(pass.file, row);
+    writeRmsRow(rowFile, row);
+}
+
+// The south pair of scan i in an RMS pass; false as for doSouthPair.
+bool evaluateSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
+    const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
+    if (scan.southScan < 0) {
+        setLineSouthPairFiles(run, scanIndex);
+        return true;
+    }
+    switch (pass.fates[pass.pairPosition++]) {
+    case PairFate::kept:
+        ++run.state.pairsDone;
+        return true;
+    case PairFate::failedBefore:
+        setLineSouthPairFiles(run, scanIndex);
+        logFailedPair(run);
+        return false;
+    case PairFate::toDo:
+        break;
+    }
+    return doLineRmsPair(run, pass.file, scanIndex);
 }
 
 // The south pair of scan i. Returns false when the pair could not be prepared, which
 // ends the scan's turn.
 bool doSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
+    if (pass.isEvaluation) return evaluateSouthPair(run, pass, scanIndex);
     const ScanRecord& scan = run.state.scans[static_cast<std::size_t>(scanIndex)];
-    run.pair.firstIndex = scanIndex;
-    run.pair.secondIndex = scan.southScan;
+    setLineSouthPairFiles(run, scanIndex);
     if (scan.southScan < 0) return true;
-    setSouthPaths(run, scan, run.state.scans[static_cast<std::size_t>(scan.southScan)]);
-    if (!isUnregistered(scan.southRotation) && !run.state.rmsPhase) return true;
+    if (!isUnregistered(scan.southRotation)) return true;
     if (prepareScanPair(run) == 0) {
         logFailedPair(run);
         return false;
     }
-    if (pass.isEvaluation) {
-        evaluatePair(run, pass);
-    } else {
-        solvePair(run, pass, Side::south);
-    }
+    solvePair(run, pass, Side::south);
     ++run.state.pairsDone;
     return true;
 }
@@ -120,17 +151,33 @@ void takeTurn(Run& run, LinearPass& pass, std::int32_t scanIndex) {
     if (!doSouthPair(run, pass, scanIndex)) return;
     if (!pass.isEvaluation && !doNorthPair(run, pass, scanIndex)) return;
     const std::int32_t scanId = run.state.scans[static_cast<std::size_t>(scanIndex)].scanId;
-    printScanTime(pass.isEvaluation, scanId, secondsSince(start));
+    printScanTime(stdout, pass.isEvaluation, scanId, secondsSince(start));
 }
 
 }  // namespace
 
+bool doLineRmsPair(Run& run, OutputFile& rowFile, std::int32_t scanIndex) {
+    setLineSouthPairFiles(run, scanIndex);
+    if (prepareScanPair(run) == 0) {
+        logFailedPair(run);
+        return false;
+    }
+    evaluatePair(run, rowFile);
+    ++run.state.pairsDone;
+    return true;
+}
+
 void runLinearSequence(Run& run, const std::string& path) {
     LinearPass pass;
     pass.isEvaluation = run.state.rmsPhase;
-    const ResultFileKind kind =
-        pass.isEvaluation ? ResultFileKind::lineRms : ResultFileKind::registration;
-    pass.file = createResultFile(path, kind, run.state.logFile.get());
+    if (pass.isEvaluation) {
+        PassFile passFile = openPassFile(run, path, ResultFileKind::lineRms,
+                                         pairsOf(planPass(run, PassKind::lineEvaluation)));
+        pass.file = std::move(passFile.file);
+        pass.fates = std::move(passFile.fates);
+    } else {
+        pass.file = createResultFile(path, ResultFileKind::registration, run.state.logFile.get());
+    }
     const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
     for (std::int32_t scanIndex = 0; scanIndex < scanCount; ++scanIndex) {
         takeTurn(run, pass, scanIndex);

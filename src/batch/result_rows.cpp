@@ -3,7 +3,6 @@
 #include "run/console.h"
 
 namespace sorvek {
-namespace {
 
 const char* headLineOf(ResultFileKind kind) {
     switch (kind) {
@@ -12,20 +11,20 @@ const char* headLineOf(ResultFileKind kind) {
     case ResultFileKind::lineRms:
         return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n";
     case ResultFileKind::siteRms:
-        return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n";
+        break;
     }
-    return "";
+    return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n";
 }
 
-}  // namespace
+void endRunWithoutResultFile(const std::string& path) {
+    std::printf("Unable to create ouput file %s \n", path.c_str());
+    std::printf("Please verify that the path exists. \n");
+    endRun(exitStageStopped);
+}
 
 OutputFile createResultFile(const std::string& path, ResultFileKind kind, std::FILE* log) {
     OutputFile file = openInPlace(path, "w", log);
-    if (!file.file) {
-        std::printf("Unable to create ouput file %s \n", path.c_str());
-        std::printf("Please verify that the path exists. \n");
-        endRun(exitStageStopped);
-    }
+    if (!file.file) endRunWithoutResultFile(path);
     requirePrinted(std::fprintf(file.file.get(), "%s", headLineOf(kind)), file);
     flushRow(file);
     return file;

@@ -43,6 +43,13 @@ enum class ResultFileKind {
     siteRms,       // ten names, one more than its rows have fields
 };
 
+// The head line of a result file of `kind`, line end included.
+const char* headLineOf(ResultFileKind kind);
+
+// Tells the user that the result file at `path` cannot be created or reopened and ends
+// the run with exit code 0, as a driver without its result file does.
+[[noreturn]] void endRunWithoutResultFile(const std::string& path);
+
 // Creates `path` (replacing it) and writes its head line. When it cannot be created the
 // user is told and the run ends with exit code 0, so the caller always gets a file. A
 // write that fails, here or in a row, ends the run with exit code 1 and tells `log` too.

@@ -4,11 +4,10 @@
 // alone keeps a pair from being done twice, so nothing is stored in the scan records
 // (Ping Pong still stores its own rotations, which its later pairs start from).
 
-#include <cmath>
 #include <cstdio>
 
-#include "batch/batch_pair.h"
 #include "batch/result_rows.h"
+#include "batch/resume.h"
 #include "batch/wall_clock.h"
 #include "points/pair_preparation.h"
 
@@ -17,78 +16,79 @@ namespace {
 
 // What one pass carries from pair to pair besides the shared records.
 struct SitePass {
-    OutputFile file;            // the result file being written
-    bool isEvaluation = false;  // run mode 7 rather than run mode 6
-    SolverOutputs outputs;      // the solver's out values, kept across pairs
+    OutputFile file;               // the result file being written
+    bool isEvaluation = false;     // run mode 7 rather than run mode 6
+    SolverOutputs outputs;         // the solver's out values, kept across pairs
+    std::vector<PairFate> fates;   // per planned pair: do it, or skip it on a resumed run
+    std::size_t pairPosition = 0;  // the planned pair in hand
 };
 
-void doPair(Run& run, SitePass& pass, std::int32_t secondIndex, double distance) {
-    run.pair.secondPath = run.state.scans[static_cast<std::size_t>(secondIndex)].fileName;
-    run.pair.secondIndex = secondIndex;
-    if (prepareScanPair(run) == 0) {
-        logFailedPair(run);
-        return;
-    }
-    if (pass.isEvaluation) {
-        writeRmsRow(pass.file, evaluatePreparedPair(run, distance));
-    } else {
-        const double solverRms = solvePreparedPair(run, pass.outputs);
-        writeRegistrationRow(pass.file, registrationRowOf(run, pass.outputs, solverRms));
-    }
-    ++run.state.pairsDone;
-}
-
-void takeTurn(Run& run, SitePass& pass, std::int32_t firstIndex, std::int32_t scanCount) {
+void takeTurn(Run& run, SitePass& pass, const PlannedTurn& turn) {
     const std::time_t start = wallClockNow();
     pass.outputs.firstRotationDeg = 0.0;
     pass.outputs.secondRotationDeg = 0.0;
     pass.outputs.iterationCount = 0;
-    run.pair.firstIndex = firstIndex;
-    const ScanRecord& first = run.state.scans[static_cast<std::size_t>(firstIndex)];
-    run.pair.firstPath = first.fileName;
-    for (std::int32_t secondIndex = firstIndex + 1; secondIndex < scanCount; ++secondIndex) {
-        const double distance =
-            planDistance(first, run.state.scans[static_cast<std::size_t>(secondIndex)]);
-        if (isWithinSpan(run.options, distance)) doPair(run, pass, secondIndex, distance);
+    for (const PlannedPair& planned : turn.pairs) {
+        switch (pass.fates[pass.pairPosition++]) {
+        case PairFate::toDo:
+            (void)doSitePair(run, pass.isEvaluation, pass.outputs, pass.file, planned);
+            break;
+        case PairFate::kept:
+            ++run.state.pairsDone;
+            break;
+        case PairFate::failedBefore:
+            setSitePairFiles(run, planned);
+            logFailedPair(run);
+            break;
+        }
     }
-    printScanTime(pass.isEvaluation, first.scanId, secondsSince(start));
-}
-
-void printTotalTime(bool isEvaluation, std::int32_t seconds) {
-    if (isEvaluation) {
-        std::printf("Total Time for all RMS evaluations: %i seconds \n", seconds);
-    } else {
-        std::printf("Total Time for all registrations: %i seconds \n", seconds);
-    }
+    const std::int32_t scanId = run.state.scans[static_cast<std::size_t>(turn.scanIndex)].scanId;
+    printScanTime(stdout, pass.isEvaluation, scanId, secondsSince(start));
 }
 
 }  // namespace
 
-double planDistance(const ScanRecord& first, const ScanRecord& second) {
-    const double dy = second.gpsY - first.gpsY;
-    const double dx = second.gpsX - first.gpsX;
-    return std::sqrt((dy * dy) + (dx * dx));
+void setSitePairFiles(Run& run, const PlannedPair& planned) {
+    const std::vector<ScanRecord>& scans = run.state.scans;
+    run.pair.firstIndex = planned.firstIndex;
+    run.pair.firstPath = scans[static_cast<std::size_t>(planned.firstIndex)].fileName;
+    run.pair.secondIndex = planned.secondIndex;
+    run.pair.secondPath = scans[static_cast<std::size_t>(planned.secondIndex)].fileName;
 }
 
-bool isWithinSpan(const RunOptions& options, double distance) {
-    return distance >= options.GPSMINDIST && options.GPSMAXDIST >= distance;
+bool doSitePair(Run& run, bool isEvaluation, SolverOutputs& outputs, OutputFile& rowFile,
+                const PlannedPair& planned) {
+    setSitePairFiles(run, planned);
+    if (prepareScanPair(run) == 0) {
+        logFailedPair(run);
+        return false;
+    }
+    if (isEvaluation) {
+        writeRmsRow(rowFile, evaluatePreparedPair(run, planned.spacing));
+    } else {
+        const double solverRms = solvePreparedPair(run, outputs);
+        writeRegistrationRow(rowFile, registrationRowOf(run, outputs, solverRms));
+    }
+    ++run.state.pairsDone;
+    return true;
 }
 
 void runSiteBatch(Run& run, const std::string& path) {
     const std::time_t passStart = wallClockNow();
     SitePass pass;
     pass.isEvaluation = run.state.runMode == 7;
-    const ResultFileKind kind =
-        pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration;
-    pass.file = createResultFile(path, kind, run.state.logFile.get());
-    const std::int32_t scanCount = static_cast<std::int32_t>(run.state.scans.size());
-    for (std::int32_t firstIndex = 0; firstIndex < scanCount; ++firstIndex) {
-        takeTurn(run, pass, firstIndex, scanCount);
-    }
+    const std::vector<PlannedTurn> turns = planPass(
+        run, pass.isEvaluation ? PassKind::siteEvaluation : PassKind::siteRegistration);
+    PassFile passFile = openPassFile(
+        run, path, pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration,
+        pairsOf(turns));
+    pass.file = std::move(passFile.file);
+    pass.fates = std::move(passFile.fates);
+    for (const PlannedTurn& turn : turns) takeTurn(run, pass, turn);
     closeInPlace(pass.file);
     const std::int32_t seconds = secondsSince(passStart);
     std::printf("\n");
-    printTotalTime(pass.isEvaluation, seconds);
+    printTotalTime(stdout, pass.isEvaluation, seconds);
 }
 
 }  // namespace sorvek

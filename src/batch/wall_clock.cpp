@@ -19,4 +19,11 @@ std::int32_t wholeSecondsBetween(std::time_t start, std::time_t end) {
     return static_cast<std::int32_t>(seconds);
 }
 
+std::int32_t wholeSecondsOf(double seconds) {
+    // NaN fails both tests and counts as no time; anything beyond 32 bits is held to the limit.
+    if (!(seconds >= 0.0)) return 0;
+    if (!(seconds < 2147483648.0)) return std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(seconds);  // truncates toward zero
+}
+
 }  // namespace sorvek

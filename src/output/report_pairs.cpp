@@ -4,7 +4,7 @@
 #include <optional>
 #include <sstream>
 
-#include "batch/site_batch.h"
+#include "batch/pair_plan.h"
 
 namespace sorvek {
 namespace {

@@ -52,6 +52,11 @@ std::string takeYes(CommandLine& commandLine, std::string_view) {
     return {};
 }
 
+std::string takeResume(CommandLine& commandLine, std::string_view) {
+    commandLine.resumesResults = true;
+    return {};
+}
+
 bool endsWithNoCase(std::string_view text, std::string_view ending) {
     if (text.size() <= ending.size()) return false;  // a name needs more than its ending
     const std::string_view tail = text.substr(text.size() - ending.size());
@@ -94,6 +99,8 @@ constexpr FlagRule rules[] = {
      takeThreads},
     {"--mode", "N", modeNeed, "answer the menu with N (0 to 9), printed after the menu", takeMode},
     {"--yes", "", "", "take the scan list as confirmed; never wait for a key", takeYes},
+    {"--resume", "", "", "keep the rows of a stopped run and do the rest (modes 3, 6, 7)",
+     takeResume},
     {"--report", "FILE.html", reportNeed, "write a report of the alignment (modes 1, 3, 4, 6, 7)",
      takeReport},
     {"--help", "", "", "show this help and end", takeHelp},
@@ -133,6 +140,10 @@ std::string refusalOfCombination(const CommandLine& commandLine) {
     if (!commandLine.reportPath.empty() && commandLine.mode && !modeWritesReport(*commandLine.mode)) {
         return "--report: mode " + std::to_string(*commandLine.mode) +
                " writes no report; reports follow modes 1, 3, 4, 6 and 7";
+    }
+    if (commandLine.resumesResults && commandLine.mode && !modeCanResume(*commandLine.mode)) {
+        return "--resume: mode " + std::to_string(*commandLine.mode) +
+               " has no pass to resume; modes 3, 6 and 7 do";
     }
     return {};
 }

@@ -13,6 +13,11 @@ void waitForKey() {
     std::getchar();
 }
 
+void reportOutOfMemory() {
+    std::fflush(stdout);
+    std::fprintf(stderr, "sorvek: out of memory\n");
+}
+
 void endRun(int exitCode) {
     waitForKey();
     leaveRun(exitCode);

@@ -25,6 +25,9 @@ void waitForKey();
 // key, and the process ends with the caller's exit code.
 [[noreturn]] void endRun(int exitCode);
 
+// The one line an exhausted memory leaves, on standard error after the console is flushed.
+void reportOutOfMemory();
+
 // The door itself, without the wait, for a user who chose to stop at the menu or the
 // confirmation. std::exit flushes and closes every C stream, so rows already written
 // stay on disk.

@@ -54,6 +54,15 @@ void takeDataSets(Run& run, int argumentCount, char** arguments) {
     run.pair.secondPath = arguments[2];
 }
 
+// Only a pass whose pairs stand alone can pick up after its kept rows; any other run would
+// replace the file that the user asked to keep.
+void refuseResumeUnlessPossible(const Run& run) {
+    if (hasIndependentPairs(run)) return;
+    std::printf("--resume continues the passes of modes 3 and 7, and of mode 6 unless Ping Pong "
+                "solves it \n");
+    endRun(exitFailed);
+}
+
 // With --yes no key is read. A menu that --mode leaves open still takes its answer from
 // the input as it came, through a stream of its own.
 void stopReadingKeysFor(RunState& state) {
@@ -69,10 +78,12 @@ std::string optionPathFor(const std::string& programPath) {
     return programPath.substr(0, separator + 1) + optionFileName;
 }
 
-int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine) {
+int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine,
+             void (*spreadPass)(Run& run, const std::string& path)) {
     const std::time_t startTime = wallClockNow();
     Run run;
     run.state.commandLine = commandLine;
+    run.state.spreadPass = spreadPass;
     if (commandLine.answersYes) stopReadingKeysFor(run.state);
     const std::size_t threadCount = commandLine.threadCount > 0
                                         ? static_cast<std::size_t>(commandLine.threadCount)
@@ -82,6 +93,7 @@ int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine
     run.state.databasePath = databasePathFor(argumentCount, arguments);
     readOptions(run);
     const RunMode mode = run.state.runMode;
+    if (commandLine.resumesResults) refuseResumeUnlessPossible(run);
     if (mode == 5) takeDataSets(run, argumentCount, arguments);
     if (modeNeedsScanTable(mode)) prepareScans(run);
     run.state.rmsPhase = false;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "run/command_line.h"
+#include "run/records.h"
 
 namespace sorvek {
 
@@ -13,7 +14,9 @@ std::string optionPathFor(const std::string& programPath);
 
 // The process entry; returns 0 on the normal path. Failures end the process themselves.
 // `commandLine` holds what the flags before the arguments said; `arguments` no longer
-// holds them.
-int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine = {});
+// holds them. `spreadPass`, given by sorvek-mpi only, runs the passes whose pairs stand
+// alone over the processes of the job.
+int runEntry(int argumentCount, char** arguments, const CommandLine& commandLine = {},
+             void (*spreadPass)(Run& run, const std::string& path) = nullptr);
 
 }  // namespace sorvek

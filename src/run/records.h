@@ -18,6 +18,7 @@
 
 namespace sorvek {
 
+struct Run;
 struct WorkerPool;
 struct EngineScratch;
 
@@ -148,6 +149,9 @@ struct RunState {
     std::string rmsPath;              // RMS result file
     std::string adjPath;              // rotation adjustment file, written only with ROTADJUST
     std::string logPath;              // log file
+    // sorvek-mpi sets this: runs a site pass or a line's RMS pass over the processes of the
+    // job instead of in this one; nullptr in sorvek.
+    void (*spreadPass)(Run& run, const std::string& path) = nullptr;
     std::shared_ptr<WorkerPool> workers;  // threads of the pair engine; none: the calling
                                           // thread alone. Made by the entry
     CommandLine commandLine;          // what the flags before the arguments said; entry

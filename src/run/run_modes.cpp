@@ -18,10 +18,32 @@ constexpr std::uint32_t modes(std::initializer_list<int> numbers) {
     return mask;
 }
 
+// sorvek-mpi hands the passes whose pairs stand alone to its processes; everything else
+// runs here.
+bool spreadsPass(const Run& run) {
+    return run.state.spreadPass != nullptr && hasIndependentPairs(run);
+}
+
 void registerLine(Run& run) { runLinearSequence(run, run.state.regPath); }
-void evaluateLine(Run& run) { runLinearSequence(run, run.state.rmsPath); }
-void registerSite(Run& run) { runSiteBatch(run, run.state.regPath); }
-void evaluateSite(Run& run) { runSiteBatch(run, run.state.rmsPath); }
+
+void evaluateLine(Run& run) {
+    if (spreadsPass(run)) {
+        run.state.spreadPass(run, run.state.rmsPath);
+    } else {
+        runLinearSequence(run, run.state.rmsPath);
+    }
+}
+
+void runSitePass(Run& run, const std::string& path) {
+    if (spreadsPass(run)) {
+        run.state.spreadPass(run, path);
+    } else {
+        runSiteBatch(run, path);
+    }
+}
+
+void registerSite(Run& run) { runSitePass(run, run.state.regPath); }
+void evaluateSite(Run& run) { runSitePass(run, run.state.rmsPath); }
 void evaluateTwoDataSets(Run& run) { (void)prepareScanPair(run); }  // its messages are the result
 
 constexpr StageStep stages[] = {
@@ -40,6 +62,14 @@ constexpr StageStep stages[] = {
 std::span<const StageStep> stageTable() { return stages; }
 
 bool modeNeedsScanTable(RunMode mode) { return mode != 5; }
+
+bool modeCanResume(RunMode mode) { return mode == 3 || mode == 6 || mode == 7; }
+
+bool hasIndependentPairs(const Run& run) {
+    const RunMode mode = run.state.runMode;
+    if (!modeCanResume(mode)) return false;
+    return mode != 6 || run.options.REGSOL == 0 || run.options.REGSOL == 1;  // not Ping Pong
+}
 
 bool modeWritesReport(RunMode mode) {
     return mode == 1 || mode == 3 || mode == 4 || mode == 6 || mode == 7;

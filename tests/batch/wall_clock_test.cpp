@@ -25,5 +25,21 @@ TEST(WallClock, DifferenceIsHeldToWhatThirtyTwoBitsHold) {
     }
 }
 
+// A scan's time line in a spread pass adds up what its pairs took, in fractions of a second.
+TEST(WallClock, MeasuredSecondsAreCutTowardZeroAndHeldToThirtyTwoBits) {
+    struct Case {
+        double seconds;
+        std::int32_t whole;
+    };
+    const double notANumber = std::numeric_limits<double>::quiet_NaN();
+    const std::int32_t most = std::numeric_limits<std::int32_t>::max();
+    for (const Case c : {Case{0.0, 0}, Case{0.999, 0}, Case{1.5, 1}, Case{59.99, 59},
+                         Case{-0.5, 0}, Case{notANumber, 0}, Case{2147483647.5, most},
+                         Case{1e300, most}}) {
+        SCOPED_TRACE(c.seconds);
+        EXPECT_EQ(wholeSecondsOf(c.seconds), c.whole);
+    }
+}
+
 }  // namespace
 }  // namespace sorvek

@@ -1,5 +1,6 @@
 #!/bin/sh
 # run_golden.sh BINARY CASEDIR [FLAG...]: one golden run of a whole job.
+# GOLDEN_LAUNCHER, when set, starts the program (e.g. "mpirun -np 3" for sorvek-mpi).
 #
 # The case folder names its job (`job`: a folder under jobs/ holding a survey database and
 # its point files), and holds `args`, `stdin.txt`, `sorvek.txt` (put beside the program),
@@ -31,7 +32,7 @@ export LC_ALL=C
 checksums() { find . -path ./bin -prune -o -type f -print | xargs sha256sum | sort; }
 checksums > "$meta/before"
 # shellcheck disable=SC2046
-./bin/sorvek "$@" $(cat "$case_dir/args") < "$case_dir/stdin.txt" > "$meta/raw" 2> "$meta/stderr"
+$GOLDEN_LAUNCHER ./bin/sorvek "$@" $(cat "$case_dir/args") < "$case_dir/stdin.txt" > "$meta/raw" 2> "$meta/stderr"
 code=$?
 # The time lines are the one part of the console text that depends on the clock.
 sed -E 's/-?[0-9]+ seconds/0 seconds/g' "$meta/raw" > "$meta/stdout"

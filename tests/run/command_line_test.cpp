@@ -30,13 +30,15 @@ TEST(CommandLine, FlagsBeforeTheArgumentsSetTheirFieldsAndLeaveTheRest) {
     const std::filesystem::path& dir = scratch.path;
     const std::string report = (dir / "line7.HTML").string();
     struct Case { std::vector<std::string> words; std::int32_t threads; int firstArgument;
-                  std::optional<std::int32_t> mode; bool yes; std::string report; };
+                  std::optional<std::int32_t> mode; bool yes; std::string report;
+                  bool resume = false; };
     for (const Case& c : {Case{{"sorvek"}, 0, 1, {}, false, ""}, Case{{"sorvek", "a.bxyz", "-", "-b.txt"}, 0, 1, {}, false, ""},
                           Case{{"sorvek", "--threads", "1", "a.bxyz", "b.bxyz"}, 1, 3, {}, false, ""},
                           Case{{"sorvek", "--threads", "1024"}, 1024, 3, {}, false, ""},
                           Case{{"sorvek", "--threads", "2", "--threads", "07"}, 7, 5, {}, false, ""},
                           Case{{"sorvek", "line7.txt", "--threads", "2", "--yes"}, 0, 1, {}, false, ""},
                           Case{{"sorvek", "--mode", "4", "--yes", "--report", report, "line7.txt"}, 0, 6, 4, true, report},
+                          Case{{"sorvek", "--mode", "7", "--resume", "--yes", "line7.txt"}, 0, 5, 7, true, "", true},
                           Case{{"sorvek", "--mode=7", "--mode=1", "--report=r.htm", "--", "--odd.txt"}, 0, 5, 1, false, "r.htm"}}) {
         SCOPED_TRACE(c.words.back());
         const CommandLine line = parse(c.words);
@@ -46,6 +48,7 @@ TEST(CommandLine, FlagsBeforeTheArgumentsSetTheirFieldsAndLeaveTheRest) {
         EXPECT_EQ(line.mode, c.mode);
         EXPECT_EQ(line.answersYes, c.yes);
         EXPECT_EQ(line.reportPath, c.report);
+        EXPECT_EQ(line.resumesResults, c.resume);
     }
     EXPECT_TRUE(parse({"sorvek", "--help", "line7.txt"}).asksForHelp);
     EXPECT_TRUE(parse({"sorvek", "--version"}).asksForVersion);
@@ -71,6 +74,8 @@ TEST(CommandLine, RefusesWhatItCannotUse) {
         {{"sorvek", "--report", missing}, "--report: the folder \"" + (dir / "missing").string() + "\" does not exist"},
         {{"sorvek", "--mode", "8", "--report", "r.html"},
          "--report: mode 8 writes no report; reports follow modes 1, 3, 4, 6 and 7"},
+        {{"sorvek", "--resume", "--mode", "4"}, "--resume: mode 4 has no pass to resume; modes 3, 6 and 7 do"},
+        {{"sorvek", "--resume=yes", "line7.txt"}, "--resume takes no value"},
     };
     std::vector<Case> all(std::begin(cases), std::end(cases));
     for (const char* value : {"0", "1025", "99999999999", "-2", "2x", "", "two"}) {

@@ -29,17 +29,18 @@ std::string quoted(const std::string& text) {
     return result + "'";
 }
 
-// Puts the program and its option file into workDir/bin, and returns the shell command
-// of the run, which ends in the program itself (behind `launcher`, such as a time limit)
-// with standard input from the redirection `input`.
-std::string prepareRun(const std::filesystem::path& workDir, const std::vector<std::string>& args,
-                       const std::string& input, const std::optional<std::string>& optionText,
-                       const std::string& shellPrefix, const std::string& launcher = "") {
+// Puts `binary` as bin/sorvek and its option file into workDir/bin, and returns the shell
+// command of the run, which ends in the program itself (behind `launcher`, such as a time
+// limit or mpirun) with standard input from the redirection `input`.
+std::string prepareRun(const std::filesystem::path& binary, const std::filesystem::path& workDir,
+                       const std::vector<std::string>& args, const std::string& input,
+                       const std::optional<std::string>& optionText,
+                       const std::string& shellPrefix, const std::string& launcher) {
     namespace fs = std::filesystem;
     const fs::path binDir = workDir / "bin";
     fs::create_directories(binDir);
     fs::remove(binDir / "sorvek");
-    fs::create_symlink(SORVEK_BINARY, binDir / "sorvek");
+    fs::create_symlink(binary, binDir / "sorvek");
     fs::remove(binDir / "sorvek.txt");
     if (optionText) writeFile(binDir / "sorvek.txt", *optionText);
 
@@ -49,20 +50,44 @@ std::string prepareRun(const std::filesystem::path& workDir, const std::vector<s
     return command + " " + input + " > .stdout 2> .stderr";
 }
 
+// prepareRun with `stdinText` as the run's standard input, kept in workDir/.stdin.
+std::string prepareScriptedRun(const std::filesystem::path& binary,
+                               const std::filesystem::path& workDir,
+                               const std::vector<std::string>& args, const std::string& stdinText,
+                               const std::optional<std::string>& optionText,
+                               const std::string& shellPrefix, const std::string& launcher) {
+    writeFile(workDir / ".stdin", stdinText);
+    return prepareRun(binary, workDir, args, "< .stdin", optionText, shellPrefix, launcher);
+}
+
 }  // namespace
 
 SessionResult runSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                         const std::string& stdinText, const std::optional<std::string>& optionText,
                         const std::string& shellPrefix) {
-    writeFile(workDir / ".stdin", stdinText);
-    const std::string command = prepareRun(workDir, args, "< .stdin", optionText, shellPrefix);
+    const std::string command =
+        prepareScriptedRun(SORVEK_BINARY, workDir, args, stdinText, optionText, shellPrefix, "");
+    return finishSorvek(workDir, std::system(command.c_str()));
+}
+
+SessionResult runLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                          const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                          const std::string& stdinText, const std::optional<std::string>& optionText) {
+    const std::string command =
+        prepareScriptedRun(binary, workDir, args, stdinText, optionText, "", launcher);
     return finishSorvek(workDir, std::system(command.c_str()));
 }
 
 pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::string>& args,
                   const std::string& stdinText, const std::optional<std::string>& optionText) {
-    writeFile(workDir / ".stdin", stdinText);
-    const std::string command = prepareRun(workDir, args, "< .stdin", optionText, "");
+    return startLaunched("", SORVEK_BINARY, workDir, args, stdinText, optionText);
+}
+
+pid_t startLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                    const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                    const std::string& stdinText, const std::optional<std::string>& optionText) {
+    const std::string command =
+        prepareScriptedRun(binary, workDir, args, stdinText, optionText, "", launcher);
     const pid_t pid = fork();
     if (pid == 0) {
         execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
@@ -86,8 +111,9 @@ SessionResult runSorvekRedirected(const std::filesystem::path& workDir,
                                   const std::string& inputRedirection,
                                   const std::optional<std::string>& optionText,
                                   int timeLimitSeconds) {
-    const std::string command = prepareRun(workDir, args, inputRedirection, optionText, "",
-                                           "timeout " + std::to_string(timeLimitSeconds) + " ");
+    const std::string command =
+        prepareRun(SORVEK_BINARY, workDir, args, inputRedirection, optionText, "",
+                   "timeout " + std::to_string(timeLimitSeconds) + " ");
     return finishSorvek(workDir, std::system(command.c_str()));
 }
 

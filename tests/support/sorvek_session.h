@@ -38,6 +38,20 @@ pid_t startSorvek(const std::filesystem::path& workDir, const std::vector<std::s
 
 SessionResult finishSorvek(const std::filesystem::path& workDir, int status);
 
+// The same two with another program in sorvek's place (sorvek-mpi), still started as
+// ./bin/sorvek, through `launcher`: a command that ends in a blank and runs the program
+// with its arguments after it, such as "mpirun -np 3 ". The process waited for is the
+// launcher's.
+SessionResult runLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                          const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                          const std::string& stdinText,
+                          const std::optional<std::string>& optionText = std::nullopt);
+
+pid_t startLaunched(const std::string& launcher, const std::filesystem::path& binary,
+                    const std::filesystem::path& workDir, const std::vector<std::string>& args,
+                    const std::string& stdinText,
+                    const std::optional<std::string>& optionText = std::nullopt);
+
 // As runSorvek, but standard input is whatever the shell redirection `inputRedirection`
 // makes it ("<&-" closes it, "<> fifo" gives one that never ends), and the run is ended
 // after `timeLimitSeconds`: its exit code is then 124.

@@ -38,7 +38,6 @@ bool startPairWorker(PairWorker& worker, const JobSetup& setup) {
     state.runMode = setup.runMode;
     state.rmsPhase = setup.rmsPhase;
     state.scans = setup.scans;
-    state.scanCount = static_cast<std::int32_t>(setup.scans.size());
     state.progressScans = setup.progressScans;
     state.percentStep = setup.percentStep;
     // The engine's numbers do not depend on its thread count; its speed does, so each

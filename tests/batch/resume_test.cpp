@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 
 namespace sorvek {
 namespace {
@@ -69,8 +69,8 @@ void expectResumeFromEveryCut(const SurveyJob& job, int mode, const std::string&
                               const std::string& options) {
     const testing::SessionResult whole = testing::runMode(job, mode, options);
     ASSERT_EQ(whole.exitCode, 0);
-    const std::string finished = testing::readFile(job.dir / resultName);
-    const std::string finishedLog = testing::readFile(job.dir / "joblog.txt");
+    const std::string finished = testing::readFile(job.dir.path / resultName);
+    const std::string finishedLog = testing::readFile(job.dir.path / "joblog.txt");
     std::vector<std::size_t> cuts{0, 10};
     for (std::size_t end = finished.find('\n'); end != std::string::npos; end = finished.find('\n', end + 1)) {
         cuts.push_back(end + 1);
@@ -78,73 +78,68 @@ void expectResumeFromEveryCut(const SurveyJob& job, int mode, const std::string&
     }
     for (const std::size_t cut : cuts) {
         SCOPED_TRACE("cut at byte " + std::to_string(cut));
-        testing::writeFile(job.dir / resultName, finished.substr(0, cut));
+        testing::writeFile(job.dir.path / resultName, finished.substr(0, cut));
         const testing::SessionResult resumed = testing::runSorvek(
-            job.dir, {"--resume", job.name + ".txt"}, std::to_string(mode) + "\n\n\n",
+            job.dir.path, {"--resume", job.name + ".txt"}, std::to_string(mode) + "\n\n\n",
             job.baseOptions + options);
         EXPECT_EQ(resumed.exitCode, 0);
-        EXPECT_EQ(testing::readFile(job.dir / resultName), finished);
-        EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"), finishedLog);
+        EXPECT_EQ(testing::readFile(job.dir.path / resultName), finished);
+        EXPECT_EQ(testing::readFile(job.dir.path / "joblog.txt"), finishedLog);
     }
 }
 
 TEST(Resume, SiteEvaluationWithAnUnreadableScanEndsAsOneUninterruptedRun) {
     const SurveyJob job = testing::makeSurveyJob("resume7", testing::smallSpec("site", "north", 5, 3000));
-    std::filesystem::remove(job.dir / testing::scanFile(3));
+    std::filesystem::remove(job.dir.path / testing::scanFile(3));
     expectResumeFromEveryCut(job, 7, "jobrms.csv", "GPSMAXDIST 1000\n");
-    std::filesystem::remove_all(job.dir);
 }
 
 TEST(Resume, SiteRegistrationAndLineEvaluationEndAsOneUninterruptedRun) {
     const SurveyJob site = testing::makeSurveyJob("resume6", testing::smallSpec("site", "north", 4, 3000));
     expectResumeFromEveryCut(site, 6, "jobreg.csv", "GPSMAXDIST 1000\nMAXITER 2\n");
-    std::filesystem::remove_all(site.dir);
     const SurveyJob line = testing::makeSurveyJob("resume3", testing::smallSpec("line", "south", 5, 3000));
     expectResumeFromEveryCut(line, 3, "jobrms.csv", "FILEEXT 1\n");
-    std::filesystem::remove_all(line.dir);
 }
 
 TEST(Resume, SaysWhatItKeptAndWhatItWillDo) {
     const SurveyJob job = testing::makeSurveyJob("resumeline", testing::smallSpec("site", "north", 4, 3000));
     const std::string options = "GPSMAXDIST 1000\n";
     testing::runMode(job, 7, options);
-    const std::string finished = testing::readFile(job.dir / "jobrms.csv");
-    testing::writeFile(job.dir / "jobrms.csv", finished.substr(0, finished.find('\n', finished.find('\n') + 1) + 1));
+    const std::string finished = testing::readFile(job.dir.path / "jobrms.csv");
+    testing::writeFile(job.dir.path / "jobrms.csv", finished.substr(0, finished.find('\n', finished.find('\n') + 1) + 1));
     const testing::SessionResult resumed = testing::runSorvek(
-        job.dir, {"--resume", "job.txt"}, "7\n\n\n", job.baseOptions + options);
+        job.dir.path, {"--resume", "job.txt"}, "7\n\n\n", job.baseOptions + options);
     EXPECT_NE(resumed.out.find("\nResuming jobrms.csv: 1 rows kept, 5 pairs to do \n"), std::string::npos);
     // Only the pairs still to do are read.
     EXPECT_EQ(testing::linesStartingWith(resumed.out, "RMS for scans ").size(), 5U);
-    std::filesystem::remove_all(job.dir);
 }
 
 TEST(Resume, RefusesAFileOfAnotherPassAndPassesThatCannotResume) {
     const SurveyJob job = testing::makeSurveyJob("resumeno", testing::smallSpec("site", "north", 3, 2000));
     const std::string foreign = std::string(regHead) + "1,0.1,2,0.2,0.01,100,0\n";
-    testing::writeFile(job.dir / "jobrms.csv", foreign);
+    testing::writeFile(job.dir.path / "jobrms.csv", foreign);
     const testing::SessionResult refused =
-        testing::runSorvek(job.dir, {"--resume", "job.txt"}, "7\n\n\n", job.baseOptions);
+        testing::runSorvek(job.dir.path, {"--resume", "job.txt"}, "7\n\n\n", job.baseOptions);
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_NE(refused.out.find("Cannot resume jobrms.csv: it is not the result file of this pass \n"
                                "Run it again without --resume to start the pass afresh. \n"),
               std::string::npos);
-    EXPECT_EQ(testing::readFile(job.dir / "jobrms.csv"), foreign);
+    EXPECT_EQ(testing::readFile(job.dir.path / "jobrms.csv"), foreign);
 
     // These are refused at the menu, before the log or any result file is touched.
-    std::filesystem::remove(job.dir / "joblog.txt");
+    std::filesystem::remove(job.dir.path / "joblog.txt");
     struct Case { const char* label; int mode; const char* options; };
     for (const Case& c : {Case{"line registration", 1, ""}, Case{"run all", 4, ""},
                           Case{"Ping Pong site", 6, "REGSOL 2\n"}}) {
         SCOPED_TRACE(c.label);
         const testing::SessionResult result = testing::runSorvek(
-            job.dir, {"--resume", "job.txt"}, std::to_string(c.mode) + "\n\n\n", job.baseOptions + c.options);
+            job.dir.path, {"--resume", "job.txt"}, std::to_string(c.mode) + "\n\n\n", job.baseOptions + c.options);
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_NE(result.out.find("--resume continues the passes of modes 3 and 7, and of mode 6 "
                                   "unless Ping Pong solves it \n"),
                   std::string::npos);
-        EXPECT_FALSE(std::filesystem::exists(job.dir / "joblog.txt"));
+        EXPECT_FALSE(std::filesystem::exists(job.dir.path / "joblog.txt"));
     }
-    std::filesystem::remove_all(job.dir);
 }
 
 }  // namespace

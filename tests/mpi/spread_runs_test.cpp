@@ -11,7 +11,7 @@
 #include <fstream>
 #include <thread>
 
-#include "batch/survey_job.h"
+#include "support/survey_job.h"
 
 namespace sorvek {
 namespace {
@@ -45,12 +45,12 @@ std::vector<std::string> withDatabase(std::vector<std::string> flags, const Surv
 
 SessionResult runAlone(const SurveyJob& job, const std::string& options,
                        const std::vector<std::string>& flags) {
-    return testing::runSorvek(job.dir, withDatabase(flags, job), "", job.baseOptions + options);
+    return testing::runSorvek(job.dir.path, withDatabase(flags, job), "", job.baseOptions + options);
 }
 
 SessionResult runSpread(const SurveyJob& job, const std::string& options,
                         const std::vector<std::string>& flags) {
-    return testing::runLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir, withDatabase(flags, job),
+    return testing::runLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir.path, withDatabase(flags, job),
                                 "", job.baseOptions + options);
 }
 
@@ -60,16 +60,16 @@ void expectSameAsOneProcess(const SurveyJob& job, int mode, const std::string& o
                             const std::string& resultName) {
     const SessionResult alone = runAlone(job, options, unattended(mode, {"--threads", "1"}));
     ASSERT_EQ(alone.exitCode, 0) << alone.out;
-    const std::string aloneRows = testing::readFile(job.dir / resultName);
-    const std::string aloneLog = testing::readFile(job.dir / "joblog.txt");
-    std::filesystem::remove(job.dir / resultName);
-    std::filesystem::remove(job.dir / "joblog.txt");
+    const std::string aloneRows = testing::readFile(job.dir.path / resultName);
+    const std::string aloneLog = testing::readFile(job.dir.path / "joblog.txt");
+    std::filesystem::remove(job.dir.path / resultName);
+    std::filesystem::remove(job.dir.path / "joblog.txt");
     const SessionResult spread = runSpread(job, options, unattended(mode, {"--threads", "2"}));
     EXPECT_EQ(spread.exitCode, 0);
     EXPECT_EQ(testing::withTimesZeroed(spread.out), testing::withTimesZeroed(alone.out));
     EXPECT_EQ(spread.err, alone.err);
-    EXPECT_EQ(testing::readFile(job.dir / resultName), aloneRows);
-    EXPECT_EQ(testing::readFile(job.dir / "joblog.txt"), aloneLog);
+    EXPECT_EQ(testing::readFile(job.dir.path / resultName), aloneRows);
+    EXPECT_EQ(testing::readFile(job.dir.path / "joblog.txt"), aloneLog);
     EXPECT_GT(aloneRows.size(), 200U);  // rows were written at all
 }
 
@@ -80,13 +80,11 @@ TEST(SpreadRuns, SitePassesGiveWhatOneProcessGives) {
     expectSameAsOneProcess(site, 7, "GPSMAXDIST 25\n", "jobrms.csv");
     expectSameAsOneProcess(site, 6, quickRegistration, "jobreg.csv");
     expectSameAsOneProcess(site, 6, "GPSMAXDIST 25\nREGSOL 1\nMAXITER 1\nMAXREPEAT 1\n", "jobreg.csv");
-    std::filesystem::remove_all(site.dir);
 }
 
 TEST(SpreadRuns, LineEvaluationGivesWhatOneProcessGives) {
     const SurveyJob line = testing::makeSurveyJob("spread-line", testing::smallSpec("line", "north", 9, 6000));
     expectSameAsOneProcess(line, 3, "FILEEXT 1\n", "jobrms.csv");
-    std::filesystem::remove_all(line.dir);
 }
 
 // The report is written by rank 0 after the spread pass, from the same rows and log.
@@ -101,24 +99,22 @@ TEST(SpreadRuns, Rank0WritesTheReportOneProcessWrites) {
     const std::string options = "GPSMAXDIST 25\n";
     const std::vector<std::string> flags = unattended(7, {"--report", "site.html"});
     ASSERT_EQ(runAlone(site, options, flags).exitCode, 0);
-    const std::string alonePage = testing::readFile(site.dir / "site.html");
-    std::filesystem::remove(site.dir / "site.html");
+    const std::string alonePage = testing::readFile(site.dir.path / "site.html");
+    std::filesystem::remove(site.dir.path / "site.html");
     const SessionResult spread = runSpread(site, options, flags);
     EXPECT_EQ(spread.exitCode, 0);
-    const std::string spreadPage = testing::readFile(site.dir / "site.html");
+    const std::string spreadPage = testing::readFile(site.dir.path / "site.html");
     ASSERT_NE(alonePage.find("<p class=\"run-time\">"), std::string::npos);
     EXPECT_EQ(withRunTimeDropped(spreadPage), withRunTimeDropped(alonePage));
-    std::filesystem::remove_all(site.dir);
 }
 
 // The first pairs are handed out before anyone knows that the very first one cannot be
 // read, with progress figures that count it: those pairs are computed again.
 TEST(SpreadRuns, AnUnreadableScanLeavesTheSameRowsLogAndProgressFigures) {
     const SurveyJob site = testing::makeSurveyJob("spread-missing", testing::smallSpec("site", "north", 9, 6000));
-    std::filesystem::remove(site.dir / testing::scanFile(2));
+    std::filesystem::remove(site.dir.path / testing::scanFile(2));
     expectSameAsOneProcess(site, 6, quickRegistration, "jobreg.csv");
     expectSameAsOneProcess(site, 7, "GPSMAXDIST 25\n", "jobrms.csv");
-    std::filesystem::remove_all(site.dir);
 }
 
 // A file-size limit is a disk that fills up in the middle of the pass. Rank 0 must tell
@@ -129,24 +125,23 @@ TEST(SpreadRuns, AFailedRowWriteEndsTheRunAsInOneProcess) {
     const SurveyJob site = testing::makeSurveyJob("spread-full", testing::smallSpec("site", "north", 9, 3000));
     const std::string options = "GPSMAXDIST 25\n";
     const std::string limit = "prlimit --fsize=300 ";
-    const SessionResult alone = testing::runLaunched(limit, SORVEK_BINARY, site.dir,
+    const SessionResult alone = testing::runLaunched(limit, SORVEK_BINARY, site.dir.path,
                                                      withDatabase(unattended(7), site), "",
                                                      site.baseOptions + options);
-    const std::string aloneRows = testing::readFile(site.dir / "jobrms.csv");
-    const std::string aloneLog = testing::readFile(site.dir / "joblog.txt");
+    const std::string aloneRows = testing::readFile(site.dir.path / "jobrms.csv");
+    const std::string aloneLog = testing::readFile(site.dir.path / "joblog.txt");
     const SessionResult spread = testing::runLaunched(
-        launcher(3) + "--mca btl self,tcp " + limit, SORVEK_MPI_BINARY, site.dir,
+        launcher(3) + "--mca btl self,tcp " + limit, SORVEK_MPI_BINARY, site.dir.path,
         withDatabase(unattended(7), site), "", site.baseOptions + options);
     EXPECT_EQ(alone.exitCode, 1);
     EXPECT_EQ(spread.exitCode, 1);
     const std::string message = "Unable to write jobrms.csv: File too large \n";
     EXPECT_EQ(aloneRows.size(), 300U);
-    EXPECT_EQ(testing::readFile(site.dir / "jobrms.csv"), aloneRows);
-    EXPECT_EQ(testing::readFile(site.dir / "joblog.txt"), aloneLog);
+    EXPECT_EQ(testing::readFile(site.dir.path / "jobrms.csv"), aloneRows);
+    EXPECT_EQ(testing::readFile(site.dir.path / "joblog.txt"), aloneLog);
     EXPECT_TRUE(aloneLog.ends_with(message));
     ASSERT_GE(spread.out.size(), message.size());
     EXPECT_EQ(spread.out.substr(spread.out.size() - message.size()), message);
-    std::filesystem::remove_all(site.dir);
 }
 
 // The rank of `rank` among the children of `launcherPid`, or -1.
@@ -173,14 +168,14 @@ std::size_t lineCount(const std::string& text) {
 // Starts sorvek-mpi on three ranks in the background, waits for `rowsBeforeKill` rows,
 // kills rank 2 and returns mpirun's exit status.
 int runAndKillARank(const SurveyJob& job, const std::string& options, std::size_t rowsBeforeKill) {
-    std::filesystem::remove(job.dir / "jobreg.csv");
+    std::filesystem::remove(job.dir.path / "jobreg.csv");
     const pid_t launcherPid =
-        testing::startLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir,
+        testing::startLaunched(launcher(3), SORVEK_MPI_BINARY, job.dir.path,
                                withDatabase(unattended(6), job), "", job.baseOptions + options);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
     pid_t victim = -1;
     while (std::chrono::steady_clock::now() < deadline) {
-        if (lineCount(testing::readFile(job.dir / "jobreg.csv")) >= rowsBeforeKill + 1) {
+        if (lineCount(testing::readFile(job.dir.path / "jobreg.csv")) >= rowsBeforeKill + 1) {
             victim = childWithRank(launcherPid, 2);
             if (victim > 0) {
                 kill(victim, SIGKILL);
@@ -192,7 +187,7 @@ int runAndKillARank(const SurveyJob& job, const std::string& options, std::size_
     EXPECT_GT(victim, 0) << "rank 2 was not found while the job ran";
     int status = 0;
     waitpid(launcherPid, &status, 0);
-    testing::finishSorvek(job.dir, status);
+    testing::finishSorvek(job.dir.path, status);
     return status;
 }
 
@@ -200,12 +195,12 @@ TEST(SpreadRuns, AKilledRankEndsTheJobAndResumeCompletesTheFileWithEitherProgram
     const SurveyJob job = testing::makeSurveyJob("spread-kill", testing::smallSpec("site", "north", 9, 30000));
     const std::string options = "GPSMAXDIST 25\n";
     ASSERT_EQ(testing::runMode(job, 6, options).exitCode, 0);
-    const std::string finished = testing::readFile(job.dir / "jobreg.csv");
+    const std::string finished = testing::readFile(job.dir.path / "jobreg.csv");
     ASSERT_GE(lineCount(finished), 8U);
 
     const int status = runAndKillARank(job, options, 2);
     EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    const std::string stopped = testing::readFile(job.dir / "jobreg.csv");
+    const std::string stopped = testing::readFile(job.dir.path / "jobreg.csv");
     const std::string kept = stopped.substr(0, stopped.rfind('\n') + 1);
     EXPECT_EQ(finished.substr(0, kept.size()), kept);  // rows of the pairs finished in order
     EXPECT_LT(kept.size(), finished.size());
@@ -213,13 +208,12 @@ TEST(SpreadRuns, AKilledRankEndsTheJobAndResumeCompletesTheFileWithEitherProgram
 
     const SessionResult resumed = runSpread(job, options, unattended(6, {"--resume"}));
     EXPECT_EQ(resumed.exitCode, 0);
-    EXPECT_EQ(testing::readFile(job.dir / "jobreg.csv"), finished);
+    EXPECT_EQ(testing::readFile(job.dir.path / "jobreg.csv"), finished);
 
-    testing::writeFile(job.dir / "jobreg.csv", stopped);
+    testing::writeFile(job.dir.path / "jobreg.csv", stopped);
     const SessionResult alone = runAlone(job, options, unattended(6, {"--resume"}));
     EXPECT_EQ(alone.exitCode, 0);
-    EXPECT_EQ(testing::readFile(job.dir / "jobreg.csv"), finished);
-    std::filesystem::remove_all(job.dir);
+    EXPECT_EQ(testing::readFile(job.dir.path / "jobreg.csv"), finished);
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ void filterPoint(const PointFilter& filter, double x, double y, double z, Filter
         load.bounds.minY = load.bounds.maxY = y;
         load.bounds.minZ = load.bounds.maxZ = z;
     }
-    if (!passesBox(filter, x, y, z) || !passesRange(filter, x, y, z)) return;
+    if (!passesBoxAndRange(filter, x, y, z)) return;
     PointRecord& point = cloud.emplace_back();
     point.x = x;
     point.y = y;
@@ -61,6 +61,10 @@ void filterPoint(const PointFilter& filter, double x, double y, double z, Filter
 }
 
 }  // namespace
+
+bool passesBoxAndRange(const PointFilter& filter, double x, double y, double z) {
+    return passesBox(filter, x, y, z) && passesRange(filter, x, y, z);
+}
 
 PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scanner) {
     const RunOptions& options = run.options;
@@ -79,10 +83,6 @@ PointFilter pointFilterFor(const Run& run, double zMin, const Point3& scanner) {
     filter.maxRange = options.MAXRANGE;
     filter.scanner = scanner;
     return filter;
-}
-
-bool passesBoxAndRange(const PointFilter& filter, double x, double y, double z) {
-    return passesBox(filter, x, y, z) && passesRange(filter, x, y, z);
 }
 
 void takePoints(const PointFilter& filter, std::span<const Point3> points, FilteredLoad& load,

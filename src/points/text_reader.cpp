@@ -22,7 +22,7 @@ std::optional<std::int32_t> countPointLines(const std::string& path) {
     char line[lineBufferSize];
     std::int64_t lineCount = 0;
     while (std::fgets(line, lineBufferSize, file.get()) != nullptr) {
-        if (!isCommentLine(line)) ++lineCount;
+        if (!isCommentStart(line[0])) ++lineCount;
     }
     if (lineCount > INT32_MAX) return std::nullopt;
     return static_cast<std::int32_t>(lineCount);
@@ -45,14 +45,18 @@ void loadPointLines(const PointFilter& filter, std::FILE* file, std::int32_t lin
                     FilteredLoad& load, Cloud& cloud) {
     char line[lineBufferSize];
     while (load.storedCount < lineCount && std::fgets(line, lineBufferSize, file) != nullptr) {
-        if (!isCommentLine(line)) takeLine(filter, line, load, cloud);
+        if (!isCommentStart(line[0])) takeLine(filter, line, load, cloud);
     }
 }
 
 }  // namespace
 
+bool isCommentStart(char first) {
+    return first == '#' || first == 'x' || first == 'X';
+}
+
 bool isCommentLine(std::string_view line) {
-    return !line.empty() && (line[0] == '#' || line[0] == 'x' || line[0] == 'X');
+    return !line.empty() && isCommentStart(line[0]);
 }
 
 bool readTextPoints(const Run& run, const std::string& path, Cloud& cloud, CloudBounds& bounds,

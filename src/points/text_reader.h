@@ -14,6 +14,9 @@ namespace sorvek {
 // text scan read lines by this rule, so that they agree on what counts as a point.
 bool isCommentLine(std::string_view line);
 
+// The same rule on a line's first byte; a line end or the end of a C string is no comment.
+bool isCommentStart(char first);
+
 // Replaces the contents of `cloud` with the stored points; `bounds` is always written,
 // `cliffDistance` unless the run mode is 5. Returns false when no array was allocated
 // (the file cannot be opened, or pass 1 counted no line).

@@ -135,10 +135,8 @@ void splitCoordinates(Run& run, std::span<const PointRecord> records,
     coordinates.x.resize(count);
     coordinates.y.resize(count);
     coordinates.z.resize(count);
-    const std::size_t partCount = threadCountOf(run);
-    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-        const std::size_t end = partBegin(count, part + 1, partCount);
-        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+    runShares(run.state.workers.get(), count, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
             coordinates.x[i] = records[i].x;
             coordinates.y[i] = records[i].y;
             coordinates.z[i] = records[i].z;
@@ -210,9 +208,8 @@ void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
     if (!hasCubes(grid)) {
         // Every point lies outside: the sort would leave the copy in source order.
         const auto outOfGrid = static_cast<std::uint32_t>(grid.cubeCount);
-        runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-            const std::size_t end = partBegin(count, part + 1, partCount);
-            for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+        runShares(run.state.workers.get(), count, [&](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end; ++i) {
                 cloud.x[i] = turnedX(turn, source.x[i], source.y[i]);
                 cloud.y[i] = turnedY(turn, source.x[i], source.y[i]);
                 cloud.z[i] = source.z[i];
@@ -293,10 +290,8 @@ void reorderOnGrid(Run& run, WorkCloud& cloud, const CubeGrid& grid, CubeOrderSc
 void turnInPlace(Run& run, WorkCloud& cloud, const Turn& turn) {
     markChanged(cloud);
     const std::size_t count = pointCount(cloud);
-    const std::size_t partCount = threadCountOf(run);
-    runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-        const std::size_t end = partBegin(count, part + 1, partCount);
-        for (std::size_t i = partBegin(count, part, partCount); i < end; ++i) {
+    runShares(run.state.workers.get(), count, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
             const double x = cloud.x[i];
             const double y = cloud.y[i];
             cloud.x[i] = turnedX(turn, x, y);

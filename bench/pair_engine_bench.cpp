@@ -16,7 +16,7 @@
 #include "points/cube_sort.h"
 #include "points/transforms.h"
 #include "points/work_cloud.h"
-#include "registration/pair_measure.h"
+#include "registration/pair_rms.h"
 #include "output/overlap_image.h"
 #include "output/png_image.h"
 #include "output/report_measure.h"

@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -12,11 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "batch/batch_pair.h"
 #include "points/pair_preparation.h"
-#include "registration/iterative_search.h"
-#include "registration/pair_measures.h"
-#include "registration/partial_least_squares.h"
-#include "registration/ping_pong.h"
+#include "registration/measure_calls.h"
 #include "run/quiet_console.h"
 #include "bench_support.h"
 #include "synth/synth.h"
@@ -51,8 +50,7 @@ std::unique_ptr<BenchPair> makePair(std::int64_t pointsPerCloud) {
             synth::scanRecordOf(scans.poses[k], k == 1 ? headingErrorDeg : 0.0, file));
     }
     // The options as the menu leaves them: angles in radians.
-    run.options.ALPHA = run.options.ALPHA * degToRad;
-    run.options.ALPHATHRESH = run.options.ALPHATHRESH * degToRad;
+    setSearchAnglesInRadians(run.options);
     run.state.progressScans = 2;
     run.state.percentStep = 100.0 / (run.options.MAXITER * 2.0);
     run.pair.firstIndex = 0;
@@ -71,9 +69,9 @@ struct CountedMeasures {
     std::int64_t measures = 0;
     std::int64_t estimates = 0;
 
-    PairMeasures calls() {
-        const PairMeasures real = standardPairMeasures();
-        PairMeasures counted;
+    MeasureCalls calls() {
+        const MeasureCalls real = standardMeasureCalls();
+        MeasureCalls counted;
         counted.measure = [this, real](Run& run, const WorkCloud& subject,
                                        const WorkCloud& reference, double maxDistance,
                                        std::int32_t& accepted, double zMin) {
@@ -93,26 +91,20 @@ struct CountedMeasures {
     }
 };
 
-enum class SolverKind { pingPong, partialLeastSquares, iterativeSearch };
-
-double solveWith(SolverKind kind, Run& run, const PairMeasures& calls, double& firstDeg,
-                 double& secondDeg) {
-    std::int32_t pointCount = 0;
-    std::int32_t iterationCount = 0;
-    switch (kind) {
-    case SolverKind::pingPong:
-        return solvePingPongWith(run, calls, firstDeg, secondDeg, pointCount, iterationCount);
-    case SolverKind::partialLeastSquares:
-        return solvePartialLeastSquaresWith(run, calls, firstDeg, secondDeg, pointCount);
-    case SolverKind::iterativeSearch:
-        return solveIterativeSearchWith(run, calls, firstDeg, secondDeg, pointCount);
-    }
-    return 999.0;
+// The solver that a REGSOL value chooses, as a run would choose it.
+double solveAs(std::int32_t regSol, Run& run, const MeasureCalls& calls, double& firstDeg,
+               double& secondDeg) {
+    run.options.REGSOL = regSol;
+    SolverOutputs outputs;
+    const double rms = solvePreparedPair(run, calls, outputs);
+    firstDeg = outputs.firstRotationDeg;
+    secondDeg = outputs.secondRotationDeg;
+    return rms;
 }
 
-void benchSolver(benchmark::State& state, BenchPair& pair, SolverKind kind) {
+void benchSolver(benchmark::State& state, BenchPair& pair, std::int32_t regSol) {
     CountedMeasures counter;
-    const PairMeasures calls = counter.calls();
+    const MeasureCalls calls = counter.calls();
     double rms = 0.0;
     double firstDeg = 0.0;
     double secondDeg = 0.0;
@@ -126,7 +118,7 @@ void benchSolver(benchmark::State& state, BenchPair& pair, SolverKind kind) {
         {
             const QuietConsole quiet;
             state.ResumeTiming();
-            rms = solveWith(kind, pair.run, calls, firstDeg, secondDeg);
+            rms = solveAs(regSol, pair.run, calls, firstDeg, secondDeg);
             state.PauseTiming();
         }
         state.ResumeTiming();
@@ -145,15 +137,15 @@ void benchSolver(benchmark::State& state, BenchPair& pair, SolverKind kind) {
 
 void registerSolvers(BenchPair& pair) {
     const std::string size = "/" + std::to_string(pair.pointsPerCloud);
-    const auto add = [&](const std::string& name, SolverKind kind) {
-        benchmark::RegisterBenchmark((name + size).c_str(), benchSolver, std::ref(pair), kind)
+    const auto add = [&](const std::string& name, std::int32_t regSol) {
+        benchmark::RegisterBenchmark((name + size).c_str(), benchSolver, std::ref(pair), regSol)
             ->Unit(benchmark::kSecond)
             ->Iterations(1)
             ->UseRealTime();
     };
-    add("pingPong", SolverKind::pingPong);
-    add("partialLeastSquares", SolverKind::partialLeastSquares);
-    add("iterativeSearch", SolverKind::iterativeSearch);
+    add("pingPong", 2);
+    add("partialLeastSquares", 0);
+    add("iterativeSearch", 1);
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 
 #include "points/work_cloud.h"
 #include "registration/iterative_search.h"
-#include "registration/pair_measure.h"
+#include "registration/pair_rms.h"
+#include "registration/measure_calls.h"
 #include "registration/partial_least_squares.h"
 #include "registration/ping_pong.h"
 #include "run/int32_arithmetic.h"
@@ -20,18 +21,18 @@ std::int32_t sumOfCounts(std::int32_t first, std::int32_t second) {
 
 }  // namespace
 
-double solvePreparedPair(Run& run, SolverOutputs& outputs) {
-    switch (run.options.REGSOL) {
-    case 1:
-        return solveIterativeSearch(run, outputs.firstRotationDeg, outputs.secondRotationDeg,
-                                    outputs.pointCount);
-    case 0:
-        return solvePartialLeastSquares(run, outputs.firstRotationDeg, outputs.secondRotationDeg,
-                                        outputs.pointCount);
-    default:
-        return solvePingPong(run, outputs.firstRotationDeg, outputs.secondRotationDeg,
-                             outputs.pointCount, outputs.iterationCount);
+double solvePreparedPair(Run& run, const MeasureCalls& measures, SolverOutputs& outputs) {
+    switch (solverChoiceOf(run.options)) {
+    case SolverChoice::iterativeSearch:
+        return solveIterativeSearch(run, measures, outputs.firstRotationDeg,
+                                    outputs.secondRotationDeg, outputs.pointCount);
+    case SolverChoice::partialLeastSquares:
+        return solvePartialLeastSquares(run, measures, outputs.firstRotationDeg,
+                                        outputs.secondRotationDeg, outputs.pointCount);
+    case SolverChoice::pingPong: break;
     }
+    return solvePingPong(run, measures, outputs.firstRotationDeg, outputs.secondRotationDeg,
+                         outputs.pointCount, outputs.iterationCount);
 }
 
 RegistrationRow registrationRowOf(const Run& run, const SolverOutputs& outputs, double solverRms) {

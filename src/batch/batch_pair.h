@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "batch/result_rows.h"
+#include "registration/measure_calls.h"
 #include "run/records.h"
 
 namespace sorvek {
@@ -19,8 +20,9 @@ struct SolverOutputs {
     std::int32_t iterationCount = 0;  // Ping Pong's inner passes; the others leave it alone
 };
 
-// Runs the solver that REGSOL selects on the prepared pair and returns its RMS.
-double solvePreparedPair(Run& run, SolverOutputs& outputs);
+// Runs the solver that REGSOL selects on the prepared pair, with the given measuring
+// passes (standardMeasureCalls() in a run), and returns its RMS.
+double solvePreparedPair(Run& run, const MeasureCalls& measures, SolverOutputs& outputs);
 
 // The row of the pair just solved, with the scan ids of firstIndex and secondIndex.
 RegistrationRow registrationRowOf(const Run& run, const SolverOutputs& outputs, double solverRms);

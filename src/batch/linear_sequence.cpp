@@ -71,7 +71,7 @@ void setLineSouthPairFiles(Run& run, std::int32_t scanIndex) {
 namespace {
 
 void solvePair(Run& run, LinearPass& pass, Side side) {
-    const double solverRms = solvePreparedPair(run, pass.outputs);
+    const double solverRms = solvePreparedPair(run, standardMeasureCalls(), pass.outputs);
     storeRotations(run, side, pass.outputs);
     writeRegistrationRow(pass.file, registrationRowOf(run, pass.outputs, solverRms));
 }

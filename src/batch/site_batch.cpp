@@ -66,7 +66,7 @@ bool doSitePair(Run& run, bool isEvaluation, SolverOutputs& outputs, OutputFile&
     if (isEvaluation) {
         writeRmsRow(rowFile, evaluatePreparedPair(run, planned.spacing));
     } else {
-        const double solverRms = solvePreparedPair(run, outputs);
+        const double solverRms = solvePreparedPair(run, standardMeasureCalls(), outputs);
         writeRegistrationRow(rowFile, registrationRowOf(run, outputs, solverRms));
     }
     ++run.state.pairsDone;

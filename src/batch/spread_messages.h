@@ -18,7 +18,7 @@ namespace sorvek {
 // Everything a computing process needs to do any pair of the pass as the owner would.
 struct JobSetup {
     PassKind kind = PassKind::siteEvaluation;  // which pass the pairs belong to
-    RunOptions options;                        // after the menu: ALPHA and ALPHATHRESH in radians
+    RunOptions options;                        // after the menu: the radian angles are set
     std::int32_t runMode = 0;                  // the owner's runMode
     bool rmsPhase = false;                     // the owner's rmsPhase during the pass
     std::int32_t progressScans = 0;            // divisor of the solvers' progress figures

@@ -1,9 +1,13 @@
 #pragma once
-// The tuning of one run: one field per option-file key, under the key's own name.
+// The tuning of one run: one field per option-file key, under the key's own name, and
+// the two search angles in the radians the solvers work in.
 
 #include <cstdint>
 
 namespace sorvek {
+
+// The short pi is deliberate: every stored angle of a survey was converted with it.
+inline constexpr double degToRad = 3.14159265 / 180.0;   // 0.017453292500000002
 
 struct RunOptions {
     double GPSMINDIST = 0.0;             // least plan distance of a pair, survey units
@@ -36,12 +40,21 @@ struct RunOptions {
     std::int32_t REGSOL = 0;             // 0 partial least squares, 1 iterative search, else ping pong
     std::int32_t MAXREPEAT = 3;          // repeat cycles
     std::int32_t MAXITER = 5;            // iterations per cycle
-    double ALPHATHRESH = 0.0000175;      // degrees in the file; radians once the menu is past
+    double ALPHATHRESH = 0.0000175;      // degrees: a solver stops on steps below it
     double RMSTHRESH = 0.04;             // RMS below which a solver stops
-    double ALPHA = 2.0;                  // greatest search angle; degrees, then radians after the menu
+    double ALPHA = 2.0;                  // greatest search angle, degrees
     std::int32_t ALPHAINC = 5;           // parts into which the search angle is divided
     std::int32_t ROTADJUST = 0;          // not 0: the rotation stage applies adjusted rotations
+    double alphaRad = 0.0;               // ALPHA in radians, set once the menu is past
+    double alphaThreshRad = 0.0;         // ALPHATHRESH in radians, set with alphaRad
 };
+
+// The solvers' angles from the option file's degrees, by the one product each that the
+// numbers of every run depend on.
+inline void setSearchAnglesInRadians(RunOptions& options) {
+    options.alphaRad = options.ALPHA * degToRad;
+    options.alphaThreshRad = options.ALPHATHRESH * degToRad;
+}
 
 // REGMODE read as an error metric: 0 point to point, 1 point to plane, any other value
 // neither. The RMS measure takes such a value as point to plane, the estimator fits
@@ -52,6 +65,16 @@ inline ErrorMetric errorMetricOf(const RunOptions& options) {
     if (options.REGMODE == 0) return ErrorMetric::pointToPoint;
     if (options.REGMODE == 1) return ErrorMetric::pointToPlane;
     return ErrorMetric::unnamed;
+}
+
+// REGSOL read as a solver: 0 partial least squares, 1 iterative search, any other value
+// Ping Pong.
+enum class SolverChoice { partialLeastSquares, iterativeSearch, pingPong };
+
+inline SolverChoice solverChoiceOf(const RunOptions& options) {
+    if (options.REGSOL == 0) return SolverChoice::partialLeastSquares;
+    if (options.REGSOL == 1) return SolverChoice::iterativeSearch;
+    return SolverChoice::pingPong;
 }
 
 }  // namespace sorvek

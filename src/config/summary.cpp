@@ -51,12 +51,16 @@ void printProgramOptions(const RunOptions& o) {
     case ErrorMetric::unnamed:      break;
     }
     std::printf("   Point pairs will be updated \n");
-    if (o.REGSOL == 1) {
+    switch (solverChoiceOf(o)) {
+    case SolverChoice::iterativeSearch:
         std::printf("   Iterative Search Method will be used \n");
-    } else if (o.REGSOL == 0) {
+        break;
+    case SolverChoice::partialLeastSquares:
         std::printf("   Partial Least Squares Solution Method will be used\n");
-    } else {
+        break;
+    case SolverChoice::pingPong:
         std::printf("  Ping Pong Least Squares Method will be used\n");  // two blanks, as ever
+        break;
     }
     if (o.ROTADJUST != 0) std::printf("   Rotations will be adjusted over all pairs \n");
     std::printf("   Number of iterations for rotations:  %i \n", o.MAXITER);
@@ -127,8 +131,7 @@ void printSummaryAndChooseMode(Run& run) {
     }
     if (run.state.runMode == 0) leaveRun(exitQuit);
     std::printf("\n");
-    run.options.ALPHA *= degToRad;
-    run.options.ALPHATHRESH *= degToRad;
+    setSearchAnglesInRadians(run.options);
 }
 
 }  // namespace sorvek

@@ -16,7 +16,8 @@ void printSummary(const Run& run);
 std::int32_t readModeNumber(std::FILE* input, std::int32_t startValue);
 
 // Summary, menu and mode, read from standard input unless --mode gave it; ends the
-// process with exit code 1 on a 0. Afterwards ALPHA and ALPHATHRESH hold radians.
+// process with exit code 1 on a 0. Afterwards the options hold the search angles in
+// radians too.
 void printSummaryAndChooseMode(Run& run);
 
 }  // namespace sorvek

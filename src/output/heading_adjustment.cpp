@@ -60,12 +60,12 @@ DistinctScans distinctScans(std::span<const std::int32_t> scanIds) {
 }
 
 bool isZeroForm(const RegistrationPair& row) {
-    return row.firstRotation == 0.0 && row.secondRotation == 0.0;
+    return row.firstRotationDeg == 0.0 && row.secondRotationDeg == 0.0;
 }
 
 bool isRefused(const RegistrationPair& row) {
-    const bool rotationsFit = std::fabs(row.firstRotation) <= greatestRotationDeg &&
-                              std::fabs(row.secondRotation) <= greatestRotationDeg;
+    const bool rotationsFit = std::fabs(row.firstRotationDeg) <= greatestRotationDeg &&
+                              std::fabs(row.secondRotationDeg) <= greatestRotationDeg;
     return !rotationsFit || !(row.rms >= 0.0 && row.rms <= greatestRms);
 }
 
@@ -82,8 +82,8 @@ std::vector<PairTerm> collectTerms(const DistinctScans& scans, std::span<const R
             first->second == second->second) {
             continue;
         }
-        PairTerm term{first->second, second->second, row.firstRotation, row.secondRotation};
-        AdjustedPair pair{row.firstId, row.secondId, row.firstRotation - row.secondRotation};
+        PairTerm term{first->second, second->second, row.firstRotationDeg, row.secondRotationDeg};
+        AdjustedPair pair{row.firstId, row.secondId, row.firstRotationDeg - row.secondRotationDeg};
         term.isActive = !isRefused(row);
         if (term.isActive) {
             term.weight = pairWeight(row.rms, row.pointCount);

@@ -48,7 +48,7 @@ struct ReportContent {
     std::vector<ReportScan> scans;     // table order
     std::vector<ReportPairView> pairs; // in the order of the RMS pass, then the rest
     std::int32_t unattachedRows = 0;   // result rows that named no pair of the job
-    RunOptions options;                // ALPHA and ALPHATHRESH in degrees, as in the file
+    RunOptions options;
     std::string optionPath;            // the option file
     bool isOptionFileRead = false;     // it existed; else the defaults ran
     std::vector<FileNote> filesRead;   // the run's inputs

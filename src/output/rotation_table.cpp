@@ -37,11 +37,11 @@ RegistrationPair readRow(std::istream& in) {
     RegistrationPair row;
     readField(in, row.firstId);
     readSeparator(in);
-    readField(in, row.firstRotation);
+    readField(in, row.firstRotationDeg);
     readSeparator(in);
     readField(in, row.secondId);
     readSeparator(in);
-    readField(in, row.secondRotation);
+    readField(in, row.secondRotationDeg);
     readSeparator(in);
     readField(in, row.rms);
     readSeparator(in);
@@ -86,8 +86,8 @@ std::vector<RotationEntry> rotationEntriesOf(std::span<const RegistrationPair> p
     std::vector<RotationEntry> table;
     table.reserve(pairs.size() * 2);
     for (const RegistrationPair& pair : pairs) {
-        table.push_back({pair.firstId, pair.firstRotation});
-        table.push_back({pair.secondId, pair.secondRotation});
+        table.push_back({pair.firstId, pair.firstRotationDeg});
+        table.push_back({pair.secondId, pair.secondRotationDeg});
     }
     return table;
 }
@@ -123,7 +123,7 @@ RotationStats rotationStatsOf(std::span<const RotationEntry> table, std::int32_t
     std::int32_t found = 0;
     for (const RotationEntry& entry : table) {
         if (entry.scanId != scanId) continue;
-        const double rotationDeg = entry.rotation;
+        const double rotationDeg = entry.rotationDeg;
         if (rotationDeg > greatest) greatest = rotationDeg;
         if (least > rotationDeg) least = rotationDeg;
         sum += rotationDeg;
@@ -140,10 +140,10 @@ RotationStats rotationStatsOf(std::span<const RotationEntry> table, std::int32_t
 }
 
 double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId,
-                       std::int32_t& rotationCount, double& rotationSpread) {
+                       std::int32_t& rotationCount, double& rotationSpreadDeg) {
     const RotationStats stats = rotationStatsOf(table, scanId);
     rotationCount = stats.count;
-    rotationSpread = stats.spreadDeg;
+    rotationSpreadDeg = stats.spreadDeg;
     if (stats.count == 0) {
         std::printf("%i has no rotations, so the rotation will not be performed \n", scanId);
     }

@@ -13,15 +13,15 @@ namespace sorvek {
 
 struct RotationEntry {
     std::int32_t scanId = 0;  // scan id from the row
-    double rotation = 0.0;    // degrees, from the same row
+    double rotationDeg = 0.0; // from the same row
 };
 
 // One row of the registration result file, as far as the rotation stage reads it.
 struct RegistrationPair {
     std::int32_t firstId = 0;       // scan id of the row's first scan
-    double firstRotation = 0.0;     // degrees
+    double firstRotationDeg = 0.0;
     std::int32_t secondId = 0;      // scan id of the row's second scan
-    double secondRotation = 0.0;    // degrees
+    double secondRotationDeg = 0.0;
     double rms = 0.0;               // the solver's RMS, or the initial RMS in the zero form
     std::uint32_t pointCount = 0;   // the row's point count
 };
@@ -51,7 +51,7 @@ RotationStats rotationStatsOf(std::span<const RotationEntry> table, std::int32_t
 
 // Mean rotation of `scanId` in degrees, 0.0 when it has none (with a message).
 double averageRotation(std::span<const RotationEntry> table, std::int32_t scanId,
-                       std::int32_t& rotationCount, double& rotationSpread);
+                       std::int32_t& rotationCount, double& rotationSpreadDeg);
 
 // The counting pass over any stream: two for every physical line after the head line,
 // however long it is; an unterminated last line counts too. Saturates at the largest

@@ -62,13 +62,6 @@ std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntr
     return scans;
 }
 
-// The option file's own units: the menu turned these two into radians.
-RunOptions optionsInDegrees(RunOptions options) {
-    options.ALPHA /= degToRad;
-    options.ALPHATHRESH /= degToRad;
-    return options;
-}
-
 std::vector<ReportPair> pairsWithRows(const Run& run, const ReportContent& content,
                                       std::int32_t& unattachedRows) {
     std::span<const ScanRecord> scans = run.state.scans;
@@ -162,7 +155,7 @@ ReportContent gatherContent(const Run& run, std::time_t startTime) {
     content.afterPlan = AfterPlan{content.didRegister, !content.didEvaluate, content.isLine};
     content.regPath = state.regPath;
     content.rmsPath = state.rmsPath;
-    content.options = optionsInDegrees(run.options);
+    content.options = run.options;
     content.optionPath = state.optionPath;
     content.isOptionFileRead = openText(state.optionPath).is_open();
     std::vector<RotationEntry> rotations;

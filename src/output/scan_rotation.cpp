@@ -40,7 +40,7 @@ struct ScanTurn {
     bool hasRotation = false;
     double rotationDeg = 0.0;         // the mean of the scan's rotations, or their adjustment
     std::int32_t rotationCount = 0;   // how many rotations the mean was taken over
-    double rotationSpread = 0.0;      // their spread, degrees
+    double rotationSpreadDeg = 0.0;   // their spread
     double cosTheta = 1.0;
     double sinTheta = 0.0;
 };
@@ -102,7 +102,7 @@ void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, d
 ScanTurn chooseTurn(const Run& run, std::span<const RotationEntry> table, const ScanRecord& scan,
                     std::int32_t pointCount) {
     ScanTurn turn;
-    const double meanDeg = averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpread);
+    const double meanDeg = averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpreadDeg);
     turn.rotationDeg = adjustedRotation(run.state.adjustedRotations, scan.scanId, meanDeg);
     if (turn.rotationDeg == 0.0) {
         std::printf("No rotation values found !=0 for %i so %i points will not be rotated.  \n",
@@ -125,7 +125,7 @@ void writeRotationRow(OutputFile& rotFile, const ScanRecord& scan, const ScanTur
                       std::int32_t pointCount, std::int32_t pointsWritten) {
     std::FILE* file = rotFile.file.get();
     requirePrinted(turn.hasRotation ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.rotationDeg,
-                                                   turn.rotationCount, turn.rotationSpread)
+                                                   turn.rotationCount, turn.rotationSpreadDeg)
                                     : std::fprintf(file, "%i,0.000000,0,0.0", scan.scanId),
                    rotFile);
     requirePrinted(std::fprintf(file, ",%i,%i \n", pointCount, pointsWritten), rotFile);

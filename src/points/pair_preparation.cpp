@@ -9,7 +9,7 @@
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/engine_scratch.h"
-#include "registration/pair_measure.h"
+#include "registration/pair_rms.h"
 #include "run/worker_pool.h"
 
 // Loads, moves, grids and sorts the two clouds of a pair and measures where it starts

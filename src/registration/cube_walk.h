@@ -30,8 +30,8 @@ CubeRuns inGridRuns(const WorkCloud& cloud);
 
 // What is made of a sample that passed the neighbour test.
 struct SampleRule {
-    bool isPointToPoint = false;   // REGMODE 0: the nearest point; else the plane of three
-    bool measuresNothing = false;  // the estimator's REGMODE other than 0 and 1: no sample
+    bool isPointToPoint = false;   // the nearest point; else the plane of three
+    bool measuresNothing = false;  // the estimator under an unnamed metric: no sample
     bool needsPartner = false;     // keep the nearest point or the foot on the plane
     double maxDistance = 0.0;      // accepted up to it, inclusive
     double minDistance = 0.0;      // point to plane: accepted down to it, inclusive

@@ -28,7 +28,7 @@ void printProgress(const Run& run, double rms) {
 // Every trial of one grid, every first-scan value against every second-scan value. The
 // clouds move by incremental turns in place and keep the cubes and order of the start of
 // the iteration. Leaves secondWork where it found it and firstWork at the returned trial.
-double walkTrialGrid(Run& run, const PairMeasures& measures, const TrialGrid& grid,
+double walkTrialGrid(Run& run, const MeasureCalls& measures, const TrialGrid& grid,
                      TrialPair& best, double& bestRms) {
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
@@ -65,7 +65,7 @@ double walkTrialGrid(Run& run, const PairMeasures& measures, const TrialGrid& gr
 
 // One iteration: walk the grid, then move both clouds to the best trial and grid them
 // afresh. Returns the best trial, (0.0, 0.0) when none beat bestRms.
-TrialPair runIteration(Run& run, const PairMeasures& measures, const TrialGrid& grid,
+TrialPair runIteration(Run& run, const MeasureCalls& measures, const TrialGrid& grid,
                        double& bestRms) {
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
@@ -87,7 +87,7 @@ TrialPair runIteration(Run& run, const PairMeasures& measures, const TrialGrid& 
 // Rebuilds both work clouds from the loaded ones turned by the totals, with new bounds,
 // box and grid, and measures them. That measure is the next cycle's RMS to beat, even
 // when it is worse than the best trial seen.
-double closeCycle(Run& run, const PairMeasures& measures, const TrialPair& totals,
+double closeCycle(Run& run, const MeasureCalls& measures, const TrialPair& totals,
                   std::int32_t& pointCount) {
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
@@ -108,32 +108,11 @@ double closeCycle(Run& run, const PairMeasures& measures, const TrialPair& total
                             pointCount, run.options.ZMIN);
 }
 
-void reportResult(const Run& run, double bestRms, double firstRotation, double secondRotation,
-                  std::int32_t pointCount) {
-    if (static_cast<double>(run.pair.initialRms) > bestRms) {
-        std::printf("RMSfinal:  %lf  rotations of b1 = %lf && b2 = %lf from %i pts\n", bestRms,
-                    firstRotation, secondRotation, pointCount);
-    } else {
-        printNoRotationNeeded(run.pair.initialRms);
-    }
-    std::printf("\n");
-}
-
 }  // namespace
 
-double solveIterativeSearch(Run& run, double& firstRotation, double& secondRotation,
-                            std::int32_t& pointCount) {
-    return solveIterativeSearchWith(run, standardPairMeasures(), firstRotation, secondRotation,
-                                    pointCount);
-}
-
-double solveIterativeSearchWith(Run& run, const PairMeasures& measures, double& firstRotation,
-                                double& secondRotation, std::int32_t& pointCount) {
-    if (!pairIsPrepared(run)) {
-        firstRotation = 0.0;
-        secondRotation = 0.0;
-        return 999.0;
-    }
+double solveIterativeSearch(Run& run, const MeasureCalls& measures, double& firstRotationDeg,
+                            double& secondRotationDeg, std::int32_t& pointCount) {
+    if (refusePair(run, firstRotationDeg, secondRotationDeg)) return refusedPairRms;
     const RunOptions& options = run.options;
     PairState& pair = run.pair;
     double bestRms = static_cast<double>(pair.initialRms);
@@ -145,7 +124,7 @@ double solveIterativeSearchWith(Run& run, const PairMeasures& measures, double& 
     copySorted(run, pair.secondCloud, run.state.cubeCount, pair.secondWork);
 
     for (std::int32_t cycle = 0; cycle < options.MAXREPEAT; ++cycle) {
-        TrialGrid grid = cycleTrialGrid(options.ALPHA, options.ALPHAINC, cycle);
+        TrialGrid grid = cycleTrialGrid(options.alphaRad, options.ALPHAINC, cycle);
         TrialPair sums;
         for (std::int32_t iteration = 0; iteration < options.MAXITER; ++iteration) {
             run.state.percentDone = iterativeSearchPercent(run, cycle, iteration);
@@ -160,9 +139,11 @@ double solveIterativeSearchWith(Run& run, const PairMeasures& measures, double& 
         bestRms = closeCycle(run, measures, totals, pointCount);
     }
 
-    firstRotation = radToDeg * totals.first;
-    secondRotation = radToDeg * totals.second;
-    reportResult(run, bestRms, firstRotation, secondRotation, pointCount);
+    firstRotationDeg = radToDeg * totals.first;
+    secondRotationDeg = radToDeg * totals.second;
+    printSolverResult(run.pair.initialRms, bestRms,
+                      "RMSfinal:  %lf  rotations of b1 = %lf && b2 = %lf from %i pts\n", bestRms,
+                      firstRotationDeg, secondRotationDeg, pointCount);
     // The work clouds stay filled; the next solver call replaces them.
     return bestRms;
 }

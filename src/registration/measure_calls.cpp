@@ -1,11 +1,11 @@
-#include "registration/pair_measures.h"
+#include "registration/measure_calls.h"
 
-#include "registration/pair_measure.h"
+#include "registration/pair_rms.h"
 #include "registration/rotation_estimator.h"
 
 namespace sorvek {
 
-PairMeasures standardPairMeasures() {
+MeasureCalls standardMeasureCalls() {
     return {measurePairRms, estimateRotation};
 }
 

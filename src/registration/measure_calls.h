@@ -1,6 +1,6 @@
 #pragma once
 // The two measuring passes the solvers call, held as values so that a test can count or
-// script them. standardPairMeasures() gives the real ones.
+// script them. standardMeasureCalls() gives the real ones.
 
 #include <cstdint>
 #include <functional>
@@ -21,12 +21,12 @@ using RotationEstimateCall = std::function<double(
     double minDistance, std::int32_t& acceptedCount, double& rotationOut, double pivotX,
     double pivotY, double zMin)>;
 
-struct PairMeasures {
+struct MeasureCalls {
     PairRmsCall measure;            // RMS of subject against reference
     RotationEstimateCall estimate;  // RMS and the closed-form turn of reference
 };
 
 // measurePairRms and estimateRotation.
-PairMeasures standardPairMeasures();
+MeasureCalls standardMeasureCalls();
 
 }  // namespace sorvek

@@ -1,4 +1,4 @@
-#include "registration/pair_measure.h"
+#include "registration/pair_rms.h"
 
 #include <cmath>
 #include <cstdio>
@@ -76,7 +76,8 @@ double measurePairRms(Run& run, const WorkCloud& subject, const WorkCloud& refer
     Diagnostics files;
     if (isModeFive) files = openDiagnostics(run.state.logFile.get());
     SampleRule rule;
-    rule.isPointToPoint = run.options.REGMODE == 0;
+    // An unnamed metric is measured point to plane.
+    rule.isPointToPoint = errorMetricOf(run.options) == ErrorMetric::pointToPoint;
     rule.needsPartner = isModeFive;
     rule.maxDistance = maxDistance;
     rule.minDistance = -std::numeric_limits<double>::infinity();  // no lower limit here

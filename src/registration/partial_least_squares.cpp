@@ -67,7 +67,7 @@ void gridBothWorkClouds(Run& run, const Turn& firstTurn, const Turn& secondTurn,
 
 // Drives secondTotal to convergence against firstWork. Every pass remakes the second
 // cloud from the loaded one, and both grids, because the turn moves the common box.
-void convergeSecondRotation(Run& run, const PairMeasures& measures,
+void convergeSecondRotation(Run& run, const MeasureCalls& measures,
                             const SearchThresholds& limits, const Turn& firstTurn,
                             SearchState& state, PassGrids& grids, std::int32_t& pointCount) {
     PairState& pair = run.pair;
@@ -86,13 +86,13 @@ void convergeSecondRotation(Run& run, const PairMeasures& measures,
         state.secondTotal += secondStep;
         // Signed on purpose: any step below the threshold ends the passes, a large
         // negative one too, and it still counts in the total.
-        if (run.options.ALPHATHRESH > secondStep) break;
+        if (run.options.alphaThreshRad > secondStep) break;
     }
 }
 
 // Turns the first scan to `candidate`, solves the second, and keeps the pair of
 // rotations if its RMS beats the best so far (strictly: of equal ones the earlier stays).
-void tryCandidate(Run& run, const PairMeasures& measures, const SearchThresholds& limits,
+void tryCandidate(Run& run, const MeasureCalls& measures, const SearchThresholds& limits,
                   double candidate, SearchState& state, PassGrids& grids,
                   std::int32_t& pointCount) {
     PairState& pair = run.pair;
@@ -122,7 +122,7 @@ void tryCandidate(Run& run, const PairMeasures& measures, const SearchThresholds
 
 // One outer iteration: every candidate of the walk. The walk's ends and step are fixed
 // before it starts, so a new best inside the walk does not move it.
-void walkCandidates(Run& run, const PairMeasures& measures, const CandidateWalk& walk,
+void walkCandidates(Run& run, const MeasureCalls& measures, const CandidateWalk& walk,
                     const SearchThresholds& limits, std::int32_t iteration, SearchState& state,
                     PassGrids& grids, std::int32_t& pointCount) {
     double candidate = walk.firstCandidate;
@@ -134,40 +134,18 @@ void walkCandidates(Run& run, const PairMeasures& measures, const CandidateWalk&
     }
 }
 
-void reportResult(Run& run, const SearchState& state, double firstRotation,
-                  double secondRotation, std::int32_t pointCount) {
-    if (static_cast<double>(run.pair.initialRms) > state.bestRms) {
-        std::printf("RMSfinal:  %lf  rotations of Scan %i = %lf && Scan %i = %lf from %i pts\n",
-                    state.bestRms, firstScanOf(run).scanId, firstRotation,
-                    secondScanOf(run).scanId, secondRotation, pointCount);
-    } else {
-        printNoRotationNeeded(run.pair.initialRms);
-    }
-    std::printf("\n");
-}
-
 }  // namespace
 
-double solvePartialLeastSquares(Run& run, double& firstRotation, double& secondRotation,
+double solvePartialLeastSquares(Run& run, const MeasureCalls& measures,
+                                double& firstRotationDeg, double& secondRotationDeg,
                                 std::int32_t& pointCount) {
-    return solvePartialLeastSquaresWith(run, standardPairMeasures(), firstRotation,
-                                        secondRotation, pointCount);
-}
-
-double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
-                                    double& firstRotation, double& secondRotation,
-                                    std::int32_t& pointCount) {
-    if (!pairIsPrepared(run)) {
-        firstRotation = 0.0;
-        secondRotation = 0.0;
-        return 999.0;
-    }
+    if (refusePair(run, firstRotationDeg, secondRotationDeg)) return refusedPairRms;
     const RunOptions& options = run.options;
     SearchState state;
     state.bestRms = static_cast<double>(run.pair.initialRms);
     double previousBestFirst = noPreviousBest;
     double previousBestSecond = noPreviousBest;
-    double searchRange = options.ALPHA;
+    double searchRange = options.alphaRad;
     PassGrids grids;
     splitSources(run);
     std::printf("Registering Scans\n");
@@ -182,8 +160,8 @@ double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
         // All three must hold: settled rotations with a poor RMS search on, and so does
         // a good RMS with rotations still moving.
         const bool isSettled =
-            options.ALPHATHRESH >= std::fabs(previousBestFirst - state.bestFirst) &&
-            options.ALPHATHRESH >= std::fabs(previousBestSecond - state.bestSecond) &&
+            options.alphaThreshRad >= std::fabs(previousBestFirst - state.bestFirst) &&
+            options.alphaThreshRad >= std::fabs(previousBestSecond - state.bestSecond) &&
             options.RMSTHRESH > state.bestRms;
         if (isSettled) break;
         previousBestFirst = state.bestFirst;
@@ -191,9 +169,12 @@ double solvePartialLeastSquaresWith(Run& run, const PairMeasures& measures,
         searchRange = walk.searchStep;
     }
 
-    firstRotation = radToDeg * state.bestFirst;
-    secondRotation = radToDeg * state.bestSecond;
-    reportResult(run, state, firstRotation, secondRotation, pointCount);
+    firstRotationDeg = radToDeg * state.bestFirst;
+    secondRotationDeg = radToDeg * state.bestSecond;
+    printSolverResult(run.pair.initialRms, state.bestRms,
+                      "RMSfinal:  %lf  rotations of Scan %i = %lf && Scan %i = %lf from %i pts\n",
+                      state.bestRms, firstScanOf(run).scanId, firstRotationDeg,
+                      secondScanOf(run).scanId, secondRotationDeg, pointCount);
     clearWorkCloud(run.pair.firstWork);  // empty between pairs; the capacity serves the next
     clearWorkCloud(run.pair.secondWork);
     return state.bestRms;

@@ -46,7 +46,7 @@ void makeCycleClouds(Run& run, const RotationTotals& totals) {
 
 // Up to MAXITER passes of one cycle. The clouds are only turned in place between passes:
 // their cubes and order stay those of the start of the cycle.
-void runPasses(Run& run, const PairMeasures& measures, const PingPongThresholds& limits,
+void runPasses(Run& run, const MeasureCalls& measures, const PingPongThresholds& limits,
                PingPongProgress& progress, std::int32_t& pointCount) {
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
@@ -69,8 +69,8 @@ void runPasses(Run& run, const PairMeasures& measures, const PingPongThresholds&
         run.state.percentDone = wholePercentOfPairs(run.state.pairsDone, run.state.progressScans);
         std::printf("%0.1f Complete, RMSmin = %lf, %i pts, Dist %f to %f \r",
                     run.state.percentDone, progress.lastRms, pointCount, minDist, limits.maxDist);
-        const bool isLastPass = options.ALPHATHRESH > std::fabs(secondStep) &&
-                                options.ALPHATHRESH > std::fabs(firstStep);
+        const bool isLastPass = options.alphaThreshRad > std::fabs(secondStep) &&
+                                options.alphaThreshRad > std::fabs(firstStep);
         progress.iterationCount = wrappingIncrement(progress.iterationCount);  // wraps past 2^31 - 1
         if (isLastPass) break;
     }
@@ -82,46 +82,21 @@ void runPasses(Run& run, const PairMeasures& measures, const PingPongThresholds&
 bool cyclesAreDone(const RunOptions& options, const PingPongThresholds& limits,
                    const PingPongProgress& progress, const RotationTotals& previous) {
     const bool isSettledAtFinal =
-        options.ALPHATHRESH > std::fabs(progress.totals.first - previous.first) &&
-        options.ALPHATHRESH > std::fabs(progress.totals.second - previous.second) &&
+        options.alphaThreshRad > std::fabs(progress.totals.first - previous.first) &&
+        options.alphaThreshRad > std::fabs(progress.totals.second - previous.second) &&
         static_cast<double>(limits.minDist) == options.MINDISTFINAL &&
         limits.maxDist == options.MAXDISTFINAL;
     const bool isRmsReached = options.RMSTHRESH > progress.lastRms;
     return isSettledAtFinal || isRmsReached;
 }
 
-void reportResult(const Run& run, const ScanRecord& firstScan, const ScanRecord& secondScan,
-                  const PingPongProgress& progress, double firstRotation, double secondRotation,
-                  std::int32_t pointCount) {
-    if (static_cast<double>(run.pair.initialRms) > progress.lastRms) {
-        std::printf(
-            "RMSfinal:  %lf  rotations of Scan %i = %lf && Scan %i = %lf from %i pts in %i "
-            "iterations\n",
-            progress.lastRms, firstScan.scanId, firstRotation, secondScan.scanId, secondRotation,
-            pointCount, progress.iterationCount);
-    } else {
-        printNoRotationNeeded(run.pair.initialRms);
-    }
-    std::printf("\n");
-}
-
 }  // namespace
 
-double solvePingPong(Run& run, double& firstRotation, double& secondRotation,
-                     std::int32_t& pointCount, std::int32_t& iterationCount) {
-    return solvePingPongWith(run, standardPairMeasures(), firstRotation, secondRotation,
-                             pointCount, iterationCount);
-}
-
-double solvePingPongWith(Run& run, const PairMeasures& measures, double& firstRotation,
-                         double& secondRotation, std::int32_t& pointCount,
-                         std::int32_t& iterationCount) {
+double solvePingPong(Run& run, const MeasureCalls& measures, double& firstRotationDeg,
+                     double& secondRotationDeg, std::int32_t& pointCount,
+                     std::int32_t& iterationCount) {
     iterationCount = 0;
-    if (!pairIsPrepared(run)) {
-        firstRotation = 0.0;
-        secondRotation = 0.0;
-        return 999.0;
-    }
+    if (refusePair(run, firstRotationDeg, secondRotationDeg)) return refusedPairRms;
     PairState& pair = run.pair;
     ScanRecord& firstScan = firstScanOf(run);
     ScanRecord& secondScan = secondScanOf(run);
@@ -144,13 +119,17 @@ double solvePingPongWith(Run& run, const PairMeasures& measures, double& firstRo
         if (isDone) break;
     }
 
-    firstRotation = radToDeg * progress.totals.first;
-    secondRotation = radToDeg * progress.totals.second;
+    firstRotationDeg = radToDeg * progress.totals.first;
+    secondRotationDeg = radToDeg * progress.totals.second;
     // Stored whatever the outcome: later pairs of this run start from these.
     firstScan.southRotation = progress.totals.first;
     secondScan.northRotation = progress.totals.second;
     iterationCount = progress.iterationCount;
-    reportResult(run, firstScan, secondScan, progress, firstRotation, secondRotation, pointCount);
+    printSolverResult(
+        pair.initialRms, progress.lastRms,
+        "RMSfinal:  %lf  rotations of Scan %i = %lf && Scan %i = %lf from %i pts in %i iterations\n",
+        progress.lastRms, firstScan.scanId, firstRotationDeg, secondScan.scanId, secondRotationDeg,
+        pointCount, progress.iterationCount);
     clearWorkCloud(pair.firstWork);  // empty between pairs; the capacity serves the next
     clearWorkCloud(pair.secondWork);
     return progress.lastRms;

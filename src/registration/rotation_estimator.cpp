@@ -66,11 +66,10 @@ double estimateRotation(Run& run, const WorkCloud& subject, const WorkCloud& ref
                         double maxDistance, double minDistance, std::int32_t& acceptedCount,
                         double& rotationOut, double pivotX, double pivotY, double zMin) {
     acceptedCount = 0;
-    const std::int32_t regMode = run.options.REGMODE;
+    const ErrorMetric metric = errorMetricOf(run.options);
     SampleRule rule;
-    rule.isPointToPoint = regMode == 0;
-    // Only point to point and point to plane are fitted; other modes measure nothing.
-    rule.measuresNothing = regMode != 0 && regMode != 1;
+    rule.isPointToPoint = metric == ErrorMetric::pointToPoint;
+    rule.measuresNothing = metric == ErrorMetric::unnamed;  // only the two metrics are fitted
     rule.needsPartner = !rule.isPointToPoint;  // the foot on the plane
     rule.maxDistance = maxDistance;
     rule.minDistance = minDistance;

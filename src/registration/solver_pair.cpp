@@ -24,6 +24,13 @@ ScanRecord& secondScanOf(Run& run) {
     return run.state.scans[static_cast<std::size_t>(run.pair.secondIndex)];
 }
 
+bool refusePair(const Run& run, double& firstRotationDeg, double& secondRotationDeg) {
+    if (pairIsPrepared(run)) return false;
+    firstRotationDeg = 0.0;
+    secondRotationDeg = 0.0;
+    return true;
+}
+
 double storedRotation(const ScanRecord& scan) {
     if (scan.northRotation > -999.0) return scan.northRotation;
     if (scan.southRotation > -999.0) return scan.southRotation;

@@ -18,4 +18,11 @@ ScanRecord& secondScanOf(Run& run);
 // else southRotation when that is, else 0.0. noRotation fails both tests.
 double storedRotation(const ScanRecord& scan);
 
+// What every solver answers for a pair that is not prepared, without a word: rotations
+// 0.0 and this RMS.
+inline constexpr double refusedPairRms = 999.0;
+
+// True, with both rotations set to 0.0, when pairIsPrepared fails.
+bool refusePair(const Run& run, double& firstRotationDeg, double& secondRotationDeg);
+
 }  // namespace sorvek

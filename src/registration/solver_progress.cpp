@@ -1,17 +1,11 @@
 #include "registration/solver_progress.h"
 
+#include <cstdarg>
 #include <cstdio>
 
+#include "run/int32_arithmetic.h"
+
 namespace sorvek {
-namespace {
-
-// Conversion to a narrower signed type is modular since C++20, which is how 32-bit
-// hardware arithmetic wraps.
-std::int32_t wrapToInt32(std::int64_t value) {
-    return static_cast<std::int32_t>(value);
-}
-
-}  // namespace
 
 double wholePercentOfPairs(std::int32_t pairsDone, std::int32_t progressScans) {
     if (progressScans == 0) return 0.0;
@@ -38,9 +32,17 @@ double iterativeSearchPercent(const Run& run, std::int32_t cycle, std::int32_t i
            wholePercentOfPairs(run.state.pairsDone, run.state.progressScans);
 }
 
-void printNoRotationNeeded(float initialRms) {
-    std::printf("RMSfinal:  %lf  No rotation necessary.  Scan is at optimal alignment \n",
-                static_cast<double>(initialRms));
+void printSolverResult(float initialRms, double finalRms, const char* rotationsFormat, ...) {
+    if (static_cast<double>(initialRms) > finalRms) {
+        std::va_list values;
+        va_start(values, rotationsFormat);
+        std::vprintf(rotationsFormat, values);
+        va_end(values);
+    } else {
+        std::printf("RMSfinal:  %lf  No rotation necessary.  Scan is at optimal alignment \n",
+                    static_cast<double>(initialRms));
+    }
+    std::printf("\n");
 }
 
 }  // namespace sorvek

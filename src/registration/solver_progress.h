@@ -22,7 +22,9 @@ double partialLeastSquaresPercent(std::int32_t pairsDone, std::int32_t progressS
 // of pairs done.
 double iterativeSearchPercent(const Run& run, std::int32_t cycle, std::int32_t iteration);
 
-// The closing line of a solver whose result did not beat the initial RMS, which it shows.
-void printNoRotationNeeded(float initialRms);
+// A solver's closing lines: its own line of rotations, printf-formatted, when its RMS beats
+// the pair's initial RMS, else the line that says no rotation was needed; then a blank line.
+void printSolverResult(float initialRms, double finalRms, const char* rotationsFormat, ...)
+    __attribute__((format(printf, 3, 4)));
 
 }  // namespace sorvek

@@ -22,9 +22,7 @@ struct Run;
 struct WorkerPool;
 struct EngineScratch;
 
-// The short pi is deliberate: every stored angle of a survey was converted with it.
-inline constexpr double degToRad = 3.14159265 / 180.0;   // 0.017453292500000002
-inline constexpr double radToDeg = 180.0 / 3.14159265;   // 57.29577957855229
+inline constexpr double radToDeg = 180.0 / 3.14159265;   // 57.29577957855229, the short pi of degToRad
 inline constexpr double scannerHeight = 0.29;            // added to every database Z
 inline constexpr double noRotation = -9999.9;            // rotation field not yet registered
 inline constexpr float noInitialRms = 999.0F;            // start of the three initial RMS fields

@@ -68,7 +68,7 @@ bool modeCanResume(RunMode mode) { return mode == 3 || mode == 6 || mode == 7; }
 bool hasIndependentPairs(const Run& run) {
     const RunMode mode = run.state.runMode;
     if (!modeCanResume(mode)) return false;
-    return mode != 6 || run.options.REGSOL == 0 || run.options.REGSOL == 1;  // not Ping Pong
+    return mode != 6 || solverChoiceOf(run.options) != SolverChoice::pingPong;
 }
 
 bool modeWritesReport(RunMode mode) {

@@ -7,7 +7,7 @@
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
 #include "points/work_cloud.h"
-#include "registration/pair_measure.h"
+#include "registration/pair_rms.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     sorvek::fuzzing::ScratchFile file(data, size, ".bxyz");

@@ -102,7 +102,7 @@ TEST(HeadingAdjustment, PairThatFailedIsSetAsideAndTheOthersKeepTheTruth) {
     for (std::int32_t a = 1; a <= 5; ++a) {
         for (std::int32_t b = a + 1; b <= 5; ++b) rows.push_back(row(a, truthDeg[a - 1], b, truthDeg[b - 1]));
     }
-    rows[5].firstRotation += 0.5;  // the pair of scans 2 and 4
+    rows[5].firstRotationDeg += 0.5;  // the pair of scans 2 and 4
     const HeadingAdjustment adjustment = adjustHeadings(ids, rows);
     expectRotations(adjustment, {0.1, -0.2, 0.3, 0.05, -0.4});
     for (std::size_t k = 0; k < rows.size(); ++k) {

@@ -42,7 +42,7 @@ TEST(RotationTable, LoadsEntriesInFileOrderUntilAFieldDoesNotParse) {
         ASSERT_EQ(table.size(), c.want.size());
         for (std::size_t k = 0; k < table.size(); ++k) {
             SCOPED_TRACE(k);
-            EXPECT_EQ(std::tie(table[k].scanId, table[k].rotation), std::tie(c.want[k].scanId, c.want[k].rotation));
+            EXPECT_EQ(std::tie(table[k].scanId, table[k].rotationDeg), std::tie(c.want[k].scanId, c.want[k].rotationDeg));
         }
     }
 }

@@ -17,8 +17,7 @@ namespace {
 // angle about its pivot is how far the solver has turned it. Angle options in radians.
 Run probeRun() {
     sorvek::Run run;
-    run.options.ALPHA *= degToRad;
-    run.options.ALPHATHRESH *= degToRad;
+    setSearchAnglesInRadians(run.options);
     run.state.scans = {ScanRecord{.gpsX = 100.0, .gpsY = 200.0, .scanId = 11, .fileName = {}},
                        ScanRecord{.gpsX = 112.0, .gpsY = 203.0, .scanId = 12, .fileName = {}}};
     run.pair.secondIndex = 1;
@@ -60,7 +59,7 @@ Outcome solveScripted(Solver solver, Run& run, const Answer& answer) {
         accepted = static_cast<std::int32_t>(o.calls.size());
         return answer(call, o.calls.size(), turn);
     };
-    PairMeasures m;
+    MeasureCalls m;
     m.measure = [&](Run& r, auto, auto, double maxDistance, std::int32_t& accepted, double) {
         double unused = 0.0;
         return record(r, {false, maxDistance, 0.0}, accepted, unused);
@@ -70,8 +69,8 @@ Outcome solveScripted(Solver solver, Run& run, const Answer& answer) {
         return record(r, {pivotX == 112.0, maxDistance, minDistance}, accepted, turn);
     };
     ::testing::internal::CaptureStdout();
-    o.rms = solver == Solver::pingPong ? solvePingPongWith(run, m, o.firstRotationDeg, o.secondRotationDeg, o.pointCount, o.iterationCount)
-                                       : solveIterativeSearchWith(run, m, o.firstRotationDeg, o.secondRotationDeg, o.pointCount);
+    o.rms = solver == Solver::pingPong ? solvePingPong(run, m, o.firstRotationDeg, o.secondRotationDeg, o.pointCount, o.iterationCount)
+                                       : solveIterativeSearch(run, m, o.firstRotationDeg, o.secondRotationDeg, o.pointCount);
     o.printed = ::testing::internal::GetCapturedStdout();
     return o;
 }

@@ -1,6 +1,6 @@
 // The two measures of a pair on the cube walk: the RMS of one cloud against the other, and
 // the closed-form turn that carries the reference's feet onto the samples.
-#include "registration/pair_measure.h"
+#include "registration/pair_rms.h"
 #include "registration/rotation_estimator.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,6 @@
 // file and built from the survey database alone.
 #include <gtest/gtest.h>
 
-#include "output/geo_export.h"
-#include "output/matrix_writer.h"
 #include "support/scratch_dir.h"
 #include "support/sorvek_session.h"
 
@@ -32,26 +30,6 @@ TEST(MatrixWriter, TranslatesThePositionAndReportsAFileItCannotCreate) {
               "-0.0000000000 0.0000000000 1.0000000000 0.0000000000 \n"
               "0.0000000000 0.0000000000 0.0000000000 1.0000000000 \n");
     EXPECT_EQ(testing::readFile(folder / "line7_2_1_B.bxyz"), "point file bytes");
-}
-
-// A point file name shorter than the ending it loses, which the database reader never
-// composes, is replaced whole: the matrix goes to s.dat and the export to _adj.txt.
-TEST(OutputNames, ANameTooShortForItsEndingIsReplacedWhole) {
-    const testing::ScratchDir scratch("short-names");
-    const std::filesystem::path& folder = scratch.path;
-    const std::filesystem::path previous = std::filesystem::current_path();
-    std::filesystem::current_path(folder);
-    for (void (*stage)(sorvek::Run&) : {writeTransformMatrices, exportScans}) {
-        sorvek::Run run;
-        run.state.scans.emplace_back().fileName = "ab";
-        ::testing::internal::CaptureStdout(), ::testing::internal::CaptureStderr();
-        stage(run);
-        ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr();
-        EXPECT_EQ(run.state.scans[0].fileName, "ab");  // later stages and the report read it
-    }
-    std::filesystem::current_path(previous);
-    EXPECT_TRUE(std::filesystem::is_regular_file(folder / "s.dat"));
-    EXPECT_TRUE(std::filesystem::is_regular_file(folder / "_adj.txt"));
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
-// The report of a generated line and of a generated site, written by the real program:
-// every picture decodes, and the page holds each pair's values exactly as the result files
-// give them. The line's page is opened in headless Chromium, renders without a console
-// message, and its screenshot stays in report_screenshots/ of the test folder.
+// The report of a generated line, written by the real program: every picture decodes, and
+// the page holds each pair's values exactly as the result files give them. The page is
+// opened in headless Chromium, renders without a console message, and its screenshot stays
+// in report_screenshots/ of the test folder. (Which pairs a site lists, and which rows go
+// to them, is pinned on hand-made tables.)
 
 #include <gtest/gtest.h>
 
@@ -130,19 +131,6 @@ TEST(ReportRender, LineReportHoldsTheResultRowsAndRendersCleanly) {
     EXPECT_EQ(rendering.consoleLines, "");
     ASSERT_NE(rendering.dom.find("</html>"), std::string::npos);
     expectRowsInPage(rendering.dom, job.dir.path / "jobrms.csv", rmsColumns, 1);
-}
-
-TEST(ReportRender, SiteReportHoldsTheRegistrationRowsAndRendersCleanly) {
-    const SurveyJob job = testing::makeSurveyJob("report-site", testing::smallSpec("site", "north", 4, 20000));
-    runFlagged(job, "6", "site.html");
-    const std::string page = testing::readFile(job.dir.path / "site.html");
-    expectRowsInPage(page, job.dir.path / "jobreg.csv", registrationColumns, 2);
-    const std::size_t pairCount = testing::readRows(job.dir.path / "jobreg.csv").size();
-    EXPECT_EQ(checkPictures(page), 2 * pairCount);
-    if (!hasChromium()) GTEST_SKIP() << "chromium is not installed; tools/install-deps.sh installs it";
-    const Rendering rendering = render(job.dir.path / "site.html", "site.png");
-    EXPECT_EQ(rendering.consoleLines, "");
-    expectRowsInPage(rendering.dom, job.dir.path / "jobreg.csv", registrationColumns, 2);
 }
 
 }  // namespace

@@ -25,14 +25,18 @@ TEST(RotationTable, CountsTwoEntriesPerLineAfterTheHeadLine) {
     }
 }
 
-// Entries lie in file order, first scan then second. A field that does not parse stops its
-// row, and the stream stays failed, so every later row reads as zeros. The rest of a row is
-// discarded to its line end however long, so loading walks the lines that counting counted.
+// Entries lie in file order, first scan then second. A field that does not parse (a point
+// count beyond 32 bits too) stops its row, and the stream stays failed, so every later row
+// reads as zeros. The rest of a row is discarded to its line end however long, so loading
+// walks the lines that counting counted. (The RMS and point count that weigh each pair in
+// the adjustment are pinned through the weights of the adjusted rotations file.)
 TEST(RotationTable, LoadsEntriesInFileOrderUntilAFieldDoesNotParse) {
     struct Case { const char* label; std::string rows; std::vector<RotationEntry> want; };
     for (const Case& c : {Case{"field that does not parse",
                                "1,0.5,2,-0.25,0.1,100,0\n3,bad,4,0.75,0.1,100,0\n5,1.5,6,1.25,0.1,100,0\n",
                                {{1, 0.5}, {2, -0.25}, {3, 0.0}, {0, 0.0}, {0, 0.0}, {0, 0.0}}},
+                          Case{"point count beyond 32 bits", "7,0.5,9,-0.25,0.02,4294967296,0\n5,1.5,6,1.25,0.1,100,0\n",
+                               {{7, 0.5}, {9, -0.25}, {0, 0.0}, {0, 0.0}}},
                           Case{"long line", "1,0.5,2,-0.25,0.1,100," + std::string(1000, '7') + "\n3,0.75,4,1.5,0.1,100,0\n",
                                {{1, 0.5}, {2, -0.25}, {3, 0.75}, {4, 1.5}}}}) {
         SCOPED_TRACE(c.label);
@@ -45,18 +49,6 @@ TEST(RotationTable, LoadsEntriesInFileOrderUntilAFieldDoesNotParse) {
             EXPECT_EQ(std::tie(table[k].scanId, table[k].rotationDeg), std::tie(c.want[k].scanId, c.want[k].rotationDeg));
         }
     }
-}
-
-// The adjustment weighs each pair by the RMS and point count of its row; a point count that
-// does not fit 32 bits stops the row like any other field.
-TEST(RotationTable, KeepsTheRmsAndPointCountOfEachRow) {
-    std::istringstream in(headLine + "7,0.5,9,-0.25,0.012345,4567,3\n7,0.5,9,-0.25,0.02,4294967296,0\n");
-    const std::vector<RegistrationPair> pairs = readRegistrationPairs(in, 4);
-    ASSERT_EQ(pairs.size(), 2U);
-    EXPECT_EQ(pairs[0].rms, 0.012345);
-    EXPECT_EQ(pairs[0].pointCount, 4567U);
-    EXPECT_EQ(pairs[1].rms, 0.02);
-    EXPECT_EQ(pairs[1].pointCount, 0U);
 }
 
 }  // namespace

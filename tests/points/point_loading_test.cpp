@@ -69,7 +69,8 @@ Cloud pointsAboutAScanner(bool withNan) {
 }
 
 // In the registration phase (translated, range from the scanner), in the RMS phase (not
-// translated, so that every point misses the box) and in mode 5 (no scanner).
+// translated, so that every point misses the box) and in mode 5 (no scanner); and a file
+// with no points at all.
 TEST(PointLoading, LasAndPlyLoadExactlyAsTheTextReaderLoadsTheSameCoordinates) {
     const testing::ScratchDir scratch("point-loading");
     const fs::path& dir = scratch.path;
@@ -103,17 +104,11 @@ TEST(PointLoading, LasAndPlyLoadExactlyAsTheTextReaderLoadsTheSameCoordinates) {
             EXPECT_EQ(fromText.out, "Loading 6 points from file @ \nCliff Distance 3.858581 \nFinished loading 4 points\n");
         }
     }
-}
-
-// A LAS file without points says so as a text file without point lines does.
-TEST(PointLoading, AnEmptyLasFileSpeaksAsEmptyText) {
-    const testing::ScratchDir scratch("point-loading-empty");
-    const fs::path& dir = scratch.path;
+    // A LAS file without points says so as a text file without point lines does.
     ASSERT_TRUE(synth::writeLasPoints(dir / "empty.las", {}, {}));
     testing::writeFile(dir / "empty.txt", "#X,Y,Z\n# no points at all in this file\n");
-    sorvek::Run run;
-    const Loaded empty = load(run, dir / "empty.las", {});
-    expectSameLoad(empty, load(run, dir / "empty.txt", {}));
+    const Loaded empty = load(sorvek::Run{}, dir / "empty.las", {});
+    expectSameLoad(empty, load(sorvek::Run{}, dir / "empty.txt", {}));
     EXPECT_EQ(empty.out, "NO POINTS in file!!!!!  \nCliff Distance -nan \nFinished loading 0 points\n");
 }
 

@@ -42,13 +42,6 @@ TEST(KeptRows, WholeRowsAfterTheHeadLineAreKeptAndAPartialLastLineIsNot) {
     }
 }
 
-TEST(KeptRows, RegistrationRowsNameTheirScansInTheFirstAndThirdField) {
-    const KeptRows kept = readKeptRows(
-        std::string(regHead) + "7,0.5,-3,0.25,0.01,900,0\n12,0.000000,4,0.000000,999.0,0,0\n",
-        ResultFileKind::registration);
-    EXPECT_EQ(kept.rows, (std::vector<RowIds>{{7, -3}, {12, 4}}));
-}
-
 TEST(MatchKeptRows, RowsMatchThePlanInOrderAndGapsBeforeTheLastRowFailedBefore) {
     const std::vector<RowIds> plan{{1, 2}, {1, 3}, {2, 3}, {2, 4}, {3, 4}};
     using F = PairFate;
@@ -88,10 +81,18 @@ void expectResumeFromEveryCut(const SurveyJob& job, int mode, const std::string&
     }
 }
 
-TEST(Resume, SiteEvaluationWithAnUnreadableScanEndsAsOneUninterruptedRun) {
+// Five scans, all within reach of each other: ten pairs, four of which need scan 3.
+TEST(Resume, SiteEvaluationWithAnUnreadableScanEndsAsOneUninterruptedRunAndSaysSo) {
     const SurveyJob job = testing::makeSurveyJob("resume7", testing::smallSpec("site", "north", 5, 3000));
     std::filesystem::remove(job.dir.path / testing::scanFile(3));
     expectResumeFromEveryCut(job, 7, "jobrms.csv", "GPSMAXDIST 1000\n");
+    const std::string finished = testing::readFile(job.dir.path / "jobrms.csv");
+    testing::writeFile(job.dir.path / "jobrms.csv", finished.substr(0, finished.find('\n', finished.find('\n') + 1) + 1));
+    const testing::SessionResult resumed = testing::runSorvek(
+        job.dir.path, {"--resume", "job.txt"}, "7\n\n\n", job.baseOptions + "GPSMAXDIST 1000\n");
+    EXPECT_NE(resumed.out.find("\nResuming jobrms.csv: 1 rows kept, 9 pairs to do \n"), std::string::npos);
+    // Only the pairs still to do are read, and five of them can be.
+    EXPECT_EQ(testing::linesStartingWith(resumed.out, "RMS for scans ").size(), 5U);
 }
 
 TEST(Resume, SiteRegistrationAndLineEvaluationEndAsOneUninterruptedRun) {
@@ -99,19 +100,6 @@ TEST(Resume, SiteRegistrationAndLineEvaluationEndAsOneUninterruptedRun) {
     expectResumeFromEveryCut(site, 6, "jobreg.csv", "GPSMAXDIST 1000\nMAXITER 2\n");
     const SurveyJob line = testing::makeSurveyJob("resume3", testing::smallSpec("line", "south", 5, 3000));
     expectResumeFromEveryCut(line, 3, "jobrms.csv", "FILEEXT 1\n");
-}
-
-TEST(Resume, SaysWhatItKeptAndWhatItWillDo) {
-    const SurveyJob job = testing::makeSurveyJob("resumeline", testing::smallSpec("site", "north", 4, 3000));
-    const std::string options = "GPSMAXDIST 1000\n";
-    testing::runMode(job, 7, options);
-    const std::string finished = testing::readFile(job.dir.path / "jobrms.csv");
-    testing::writeFile(job.dir.path / "jobrms.csv", finished.substr(0, finished.find('\n', finished.find('\n') + 1) + 1));
-    const testing::SessionResult resumed = testing::runSorvek(
-        job.dir.path, {"--resume", "job.txt"}, "7\n\n\n", job.baseOptions + options);
-    EXPECT_NE(resumed.out.find("\nResuming jobrms.csv: 1 rows kept, 5 pairs to do \n"), std::string::npos);
-    // Only the pairs still to do are read.
-    EXPECT_EQ(testing::linesStartingWith(resumed.out, "RMS for scans ").size(), 5U);
 }
 
 TEST(Resume, RefusesAFileOfAnotherPassAndPassesThatCannotResume) {

@@ -27,19 +27,5 @@ TEST(LargeArray, ReusedMemoryStartsZeroAndGrowthKeepsTheValues) {
     EXPECT_EQ(growing.back(), 0U);
 }
 
-TEST(LargeArray, SmallAndLargeArraysLiveSideBySide) {
-    LargeArray<double> small(10, 1.5);
-    UnfilledArray<double> large(largeArrayBytes / sizeof(double) * 2);
-    std::fill(large.begin(), large.end(), 2.5);
-    UnfilledArray<double> other(largeArrayBytes / sizeof(double));
-    std::fill(other.begin(), other.end(), 3.5);
-    large.swap(other);
-    other.resize(other.size() / 2);
-    other.shrink_to_fit();
-    EXPECT_EQ(small.back(), 1.5);
-    EXPECT_EQ(other.back(), 2.5);
-    EXPECT_EQ(large.back(), 3.5);
-}
-
 }  // namespace
 }  // namespace sorvek

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "survey/database_reader.h"
-
 namespace sorvek {
 namespace {
 
@@ -20,7 +18,6 @@ TEST(RotatedFileName, StageAndRmsPassAgreeForEveryComposedName) {
         {"a.txt.old", "a.txt_rot.txt", "a_rot.txt.old"},
         {"b.txt/c.txt", "b.txt/c_rot.txt", "b.txt/c_rot.txt"},
         {"abcd", "_rot.txt", "_rot.txt"},
-        {"ab", "_rot.txt", "_rot.txt"},
         {".tx", "_rot.txt", "_rot.txt"},
     };
     for (const Case& c : cases) {
@@ -38,7 +35,6 @@ TEST(FileNames, ExportAndMatrixNamesCutAFixedCount) {
         {"line7_003_045_R0042.bxyz", "line7_003_045_R0042._adj.txt", "line7_003_045_R0042s.dat"},
         {"dir.v2/scan.txt", "dir.v2/scan_adj.txt", "dir.v2/scas.dat"},
         {"abcd", "_adj.txt", "s.dat"},
-        {"ab", "_adj.txt", "s.dat"},
         {"", "_adj.txt", "s.dat"},
     };
     for (const Case& c : cases) {
@@ -46,15 +42,6 @@ TEST(FileNames, ExportAndMatrixNamesCutAFixedCount) {
         EXPECT_EQ(exportedFileName(c.in), c.exported);
         EXPECT_EQ(matrixFileName(c.in), c.matrix);
     }
-}
-
-// The generator names its LAS and PLY scans by cutting the ending the reader composes, so
-// the program's fallback from a missing .bxyz file finds them under the same stem.
-TEST(FileNames, ComposedScanNameEndsInTheScanEndingThatIsCutAgain) {
-    const std::string composed = composeScanFileName("job/line7", 1, 3, 45, "R0042");
-    EXPECT_EQ(composed, "job/line7_003_045_R0042.bxyz");
-    EXPECT_EQ(withEnding(composed, scanFileEnding.size(), ".las"), "job/line7_003_045_R0042.las");
-    EXPECT_EQ(withEnding("job/line7.txt", 4, ""), "job/line7");
 }
 
 }  // namespace

@@ -15,9 +15,7 @@ namespace sorvek {
 namespace {
 
 using testing::SurveyJob;
-
-// Few points and short solver schedules: these runs are about order, not accuracy.
-const char* const quickSolvers = "MAXITER 2\nMAXREPEAT 2\n";
+using testing::quickSolvers;  // these runs are about order, not accuracy
 
 TEST(LinearRegistration, PairOrderFollowsTheStoresOfEachSolver) {
     struct Case {

@@ -3,7 +3,9 @@
 // results in plan order and redoes a pair computed with the wrong pairsDone.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdio>
+#include <tuple>
 
 #include "batch/pair_capture.h"
 #include "batch/pair_ledger.h"
@@ -13,16 +15,18 @@
 namespace sorvek {
 namespace {
 
-// A temporary file's whole contents after `write` has written into it.
-template <typename Write>
-std::string writtenText(Write write) {
-    FileHandle file(std::tmpfile());
-    write(file.get());
-    std::fflush(file.get());
-    std::rewind(file.get());
-    std::string text;
-    for (int c = std::fgetc(file.get()); c != EOF; c = std::fgetc(file.get())) text += static_cast<char>(c);
-    return text;
+// What replaying `framed` writes to the console, error, log and row files, in that order.
+std::array<std::string, 4> replayedText(const std::string& framed) {
+    const std::array<FileHandle, 4> files{FileHandle(std::tmpfile()), FileHandle(std::tmpfile()),
+                                          FileHandle(std::tmpfile()), FileHandle(std::tmpfile())};
+    EXPECT_EQ(replayCapturedText(framed, {files[0].get(), files[1].get(), files[2].get(), files[3].get()}),
+              ReplayOutcome::written);
+    std::array<std::string, 4> texts;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        std::rewind(files[i].get());
+        for (int c = std::fgetc(files[i].get()); c != EOF; c = std::fgetc(files[i].get())) texts[i] += static_cast<char>(c);
+    }
+    return texts;
 }
 
 TEST(PairCapture, StandardStreamsLogAndRowsComeBackWhereTheyBelongInTheOrderWritten) {
@@ -41,24 +45,10 @@ TEST(PairCapture, StandardStreamsLogAndRowsComeBackWhereTheyBelongInTheOrderWrit
     const std::string framed = takeCapturedText(capture);
     EXPECT_TRUE(takeCapturedText(capture).empty());
 
-    std::string console;
-    std::string errors;
-    std::string log;
-    std::string rows;
-    console = writtenText([&](std::FILE* consoleFile) {
-        errors = writtenText([&](std::FILE* errorFile) {
-            log = writtenText([&](std::FILE* logFile) {
-                rows = writtenText([&](std::FILE* rowFile) {
-                    EXPECT_EQ(replayCapturedText(framed, {consoleFile, errorFile, logFile, rowFile}),
-                              ReplayOutcome::written);
-                });
-            });
-        });
-    });
-    EXPECT_EQ(console, "Preparing data for registration.... \nPercent Complete 12.500000 \rdone\n");
-    EXPECT_EQ(errors, "12 points successfully loaded! \n");
-    EXPECT_EQ(log, "Unable to open files: a \n");
-    EXPECT_EQ(rows, "1,2,0.1\n");
+    EXPECT_EQ(replayedText(framed),
+              (std::array<std::string, 4>{"Preparing data for registration.... \nPercent Complete 12.500000 \rdone\n",
+                                          "12 points successfully loaded! \n", "Unable to open files: a \n",
+                                          "1,2,0.1\n"}));
     // Standard output is line-buffered like a terminal's, standard error unbuffered, so
     // the pieces keep the order a user at a terminal would have seen.
     EXPECT_LT(framed.find("Preparing"), framed.find("successfully"));
@@ -86,80 +76,49 @@ TEST(PairCapture, ReplayRefusesDamagedTextAndTellsWhichFileFailed) {
     EXPECT_EQ(replayCapturedText(framed, {nullptr, nullptr, full.get(), nullptr}), ReplayOutcome::logFailed);
 }
 
+// Every field of a scan, so that a field left out or two fields read back in each
+// other's place show.
+auto scanFields(const ScanRecord& s) {
+    return std::tie(s.gpsX, s.gpsY, s.gpsZ, s.rotX, s.rotY, s.rotZ, s.scanId, s.subId, s.fileName,
+                    s.northDist, s.southDist, s.northScan, s.southScan, s.northRotation,
+                    s.southRotation, s.northPoints, s.southPoints);
+}
+
+auto setupFields(const JobSetup& s) {
+    return std::tie(s.kind, s.runMode, s.rmsPhase, s.progressScans, s.percentStep, s.threadCount);
+}
+
 TEST(SpreadMessages, JobTaskAndResultComeBackFieldForField) {
-    JobSetup setup;
-    setup.kind = PassKind::lineEvaluation;
+    JobSetup setup{.kind = PassKind::lineEvaluation, .options = RunOptions{}, .runMode = 3,
+                   .rmsPhase = true, .progressScans = 9, .percentStep = 2.5, .threadCount = 3,
+                   .scans = {{1e6 + 0.125, -2.5, 50.29, 0.01, -0.02, 3.1, 42, 7,
+                              "D:\\job\\line7_042_007_R0042.bxyz", 15.5, 200.0, 1, -1, 0.001,
+                              -0.002, 11, 3},
+                             ScanRecord{}}};
     setup.options.ALPHA = 0.0349;
-    setup.options.REGSOL = 1;
     setup.options.ZMIN = -1e6;
-    setup.runMode = 3;
-    setup.rmsPhase = true;
-    setup.progressScans = 9;
-    setup.percentStep = 2.5;
-    setup.threadCount = 3;
-    ScanRecord scan;
-    scan.gpsX = 1e6 + 0.125;
-    scan.gpsY = -2.5;
-    scan.gpsZ = 50.29;
-    scan.rotX = 0.01;
-    scan.rotY = -0.02;
-    scan.rotZ = 3.1;
-    scan.scanId = 42;
-    scan.subId = 7;
-    scan.fileName = "D:\\job\\line7_042_007_R0042.bxyz";
-    scan.northDist = 15.5;
-    scan.southDist = 200.0;
-    scan.northScan = 1;
-    scan.southScan = -1;
-    scan.northRotation = 0.001;
-    scan.southPoints = 3;
-    setup.scans = {scan, ScanRecord{}};
     const std::optional<JobSetup> job = decodeJobSetup(encodeJobSetup(setup));
     ASSERT_TRUE(job);
-    EXPECT_EQ(job->kind, PassKind::lineEvaluation);
+    EXPECT_EQ(setupFields(*job), setupFields(setup));
     EXPECT_EQ(job->options.ALPHA, 0.0349);
-    EXPECT_EQ(job->options.REGSOL, 1);
     EXPECT_EQ(job->options.ZMIN, -1e6);
-    EXPECT_EQ(job->runMode, 3);
-    EXPECT_TRUE(job->rmsPhase);
-    EXPECT_EQ(job->progressScans, 9);
-    EXPECT_EQ(job->percentStep, 2.5);
-    EXPECT_EQ(job->threadCount, 3);
     ASSERT_EQ(job->scans.size(), 2U);
-    const ScanRecord& back = job->scans[0];
-    EXPECT_EQ(back.gpsX, scan.gpsX);
-    EXPECT_EQ(back.gpsY, scan.gpsY);
-    EXPECT_EQ(back.gpsZ, scan.gpsZ);
-    EXPECT_EQ(back.rotX, scan.rotX);
-    EXPECT_EQ(back.rotY, scan.rotY);
-    EXPECT_EQ(back.rotZ, scan.rotZ);
-    EXPECT_EQ(back.scanId, 42);
-    EXPECT_EQ(back.subId, 7);
-    EXPECT_EQ(back.fileName, scan.fileName);
-    EXPECT_EQ(back.northDist, 15.5);
-    EXPECT_EQ(back.southDist, 200.0);
-    EXPECT_EQ(back.northScan, 1);
-    EXPECT_EQ(back.southScan, -1);
-    EXPECT_EQ(back.northRotation, 0.001);
-    EXPECT_EQ(back.southRotation, noRotation);
-    EXPECT_EQ(back.southPoints, 3);
+    EXPECT_EQ(scanFields(job->scans[0]), scanFields(setup.scans[0]));
+    EXPECT_EQ(scanFields(job->scans[1]), scanFields(ScanRecord{}));
 
     const std::optional<PairTask> task = decodePairTask(encodePairTask({5, {2, 7, 14.25}, 3}));
     ASSERT_TRUE(task);
-    EXPECT_EQ(task->pairNumber, 5);
-    EXPECT_EQ(task->pair.secondIndex, 7);
-    EXPECT_EQ(task->pair.spacing, 14.25);
-    EXPECT_EQ(task->pairsDone, 3);
+    EXPECT_EQ(std::tie(task->pairNumber, task->pair.firstIndex, task->pair.secondIndex, task->pair.spacing,
+                       task->pairsDone),
+              std::make_tuple(5, 2, 7, 14.25, 3));
 
-    const PairResult sent{4, 2, true, 1.5, RunEnding::afterKey, 0, std::string("r\0\x05x", 4)};
+    const PairResult sent{4, 2, true, 1.5, RunEnding::afterKey, 6, std::string("r\0\x05x", 4)};
     const std::optional<PairResult> result = decodePairResult(encodePairResult(sent));
     ASSERT_TRUE(result);
-    EXPECT_EQ(result->pairNumber, 4);
-    EXPECT_EQ(result->pairsDone, 2);
-    EXPECT_TRUE(result->isDone);
-    EXPECT_EQ(result->seconds, 1.5);
-    EXPECT_EQ(result->ending, RunEnding::afterKey);
-    EXPECT_EQ(result->captured, sent.captured);
+    const auto resultFields = [](const PairResult& r) {
+        return std::tie(r.pairNumber, r.pairsDone, r.isDone, r.seconds, r.ending, r.exitCode, r.captured);
+    };
+    EXPECT_EQ(resultFields(*result), resultFields(sent));
 }
 
 TEST(SpreadMessages, DamagedMessagesAreRefused) {

@@ -34,42 +34,34 @@ void replaceText(const fs::path& path, const std::string& from, const std::strin
     testing::writeFile(path, text);
 }
 
-// Every damage lies in scan 4, the database or the options. The rows of the pairs before
-// scan 4 were flushed before the damage was met; a refused database leaves the last run's
-// file as it was.
+// Every damage lies in scan 4 or the options. The rows of the pairs before scan 4 were
+// flushed before the damage was met.
 TEST(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
-    const std::string outOfReach =
-        "Coordinates of this pair are not numbers or too far out for the cube grid. "
-        "Check the point files and TRANSX, TRANSY. \n";
-    const std::string refusal = "Unable to read data file job.txt: in the row starting on line ";
     struct Damage {
         const char* name;
         std::function<void(const fs::path&)> apply;
         const char* options;      // on top of the quick ones; nullptr: no option file at all
         std::string expectedOut;  // a passage of standard output
-        int exitCode;
         std::size_t keptRows;     // leading rows of jobreg.csv equal to the clean run's
         std::size_t rowCount;
     };
     const Damage damages[] = {
         {"truncated", [](const fs::path& dir) { fs::resize_file(dir / testing::scanFile(4), 32017); },
-         "", "file size: 32017\nnumpts: 1000\n", 0, 2, 3},
+         "", "file size: 32017\nnumpts: 1000\n", 2, 3},
         {"nan", [](const fs::path& dir) { testing::writeFile(dir / testing::scanFile(4), recordsOf(std::nan(""), 500)); }, "",
-         outOfReach, 0, 2, 3},
+         "Coordinates of this pair are not numbers or too far out for the cube grid. "
+         "Check the point files and TRANSX, TRANSY. \n", 2, 3},
         // Text that is no point file loads nothing: the pair is not made.
         {"garbage", [](const fs::path& dir) { testing::writeFile(dir / testing::scanFile(4), std::string(40, '?') + "\nnot, a, point\n"); },
          "", "Loading 2 points from file job_004_001_S004.bxyz \nCliff Distance -nan \nFinished loading 0 points\n",
-         0, 2, 2},
-        {"second-header",
-         [](const fs::path& dir) { replaceText(dir / "job.txt", ",S002\n", ",S002\nX,Y,Z,rotX,rotY,rotZ,id,subid,name\n"); },
-         "", refusal + "4, the X position is not a number. Please correct the file and try again. \n", 1, 3, 3},
+         2, 2},
         // A grid that cannot be indexed costs every pair its measure, never the run.
         {"grid-too-large", [](const fs::path&) {}, "dCX 0.00001\ndCY 0.00001\n",
-         "Cube grid too large for this pair. Increase dCX, dCY or dCZ. \n", 0, 0, 3},
+         "Cube grid too large for this pair. Increase dCX, dCY or dCZ. \n", 0, 3},
         {"no-option-file", [](const fs::path&) {}, nullptr,
          "Could not open master input file ./bin/sorvek.txt\n"
          "Make sure this file is in the same directory as the program \nUSING DEFAULT VALUES!!!!\n",
-         0, 0, 3},
+         0, 3},
     };
     const Rows cleanRows = testing::readRows(testing::cleanLineJob().dir.path / "jobreg.csv");
     for (const Damage& damage : damages) {
@@ -80,7 +72,7 @@ TEST(BadInput, EachDamageIsToldAndTheRowsBeforeItStay) {
             damage.options ? testing::runMode(job, 1, std::string(quickSolvers) + damage.options)
                            : testing::runSorvek(job.dir.path, {"job.txt"}, "1\n\n\n");
         EXPECT_NE(result.out.find(damage.expectedOut), std::string::npos) << result.out;
-        EXPECT_EQ(result.exitCode, damage.exitCode);
+        EXPECT_EQ(result.exitCode, 0);
         const Rows rows = testing::readRows(job.dir.path / "jobreg.csv");
         EXPECT_EQ(rows.size(), damage.rowCount);
         EXPECT_EQ(Rows(rows.begin(), rows.begin() + static_cast<long>(std::min(damage.keptRows, rows.size()))),

@@ -50,8 +50,6 @@ TEST(CommandLine, FlagsBeforeTheArgumentsSetTheirFieldsAndLeaveTheRest) {
         EXPECT_EQ(line.reportPath, c.report);
         EXPECT_EQ(line.resumesResults, c.resume);
     }
-    EXPECT_TRUE(parse({"sorvek", "--help", "line7.txt"}).asksForHelp);
-    EXPECT_TRUE(parse({"sorvek", "--version"}).asksForVersion);
 }
 
 TEST(CommandLine, RefusesWhatItCannotUse) {
@@ -72,8 +70,6 @@ TEST(CommandLine, RefusesWhatItCannotUse) {
         {{"sorvek", "--report", ".html"}, "--report needs a file name ending in .html, not \".html\""},
         {{"sorvek", "--report", folder}, "--report names a folder, not a file: \"" + folder + "\""},
         {{"sorvek", "--report", missing}, "--report: the folder \"" + (dir / "missing").string() + "\" does not exist"},
-        {{"sorvek", "--mode", "8", "--report", "r.html"},
-         "--report: mode 8 writes no report; reports follow modes 1, 3, 4, 6 and 7"},
         {{"sorvek", "--resume", "--mode", "4"}, "--resume: mode 4 has no pass to resume; modes 3, 6 and 7 do"},
         {{"sorvek", "--resume=yes", "line7.txt"}, "--resume takes no value"},
     };

@@ -65,6 +65,8 @@ TEST(CountScans, RefusesADatabaseThatIsNoStreamOfRowsNamingTheLine) {
     struct Case { std::string database; std::string header; std::string message; };
     for (const Case& c : {
              Case{good + "1,2,3,4,five,6,7,8,N\n", "H", frame + "3, the rotation about Y is not a number" + advice},
+             // Two files run together: the second one's head line.
+             Case{good + "X,Y,Z,rotX,rotY,rotZ,id,subid,name\n", "H", frame + "3, the X position is not a number" + advice},
              Case{std::string(256, 'h') + "\n1,2,3,4,5,6,7,8,A\n", std::string(255, 'h'),
                   "Unable to read data file line7.txt: the header on line 1 is longer than 255 characters. Please shorten it and try again. \n"},
              Case{good + "\n1,2,3,4,5,6,7,8,ABCDEFGHIJKLMNOP\n", "H", frame + "4, the name is longer than 15 characters" + advice},

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -43,23 +44,33 @@ std::optional<RowIds> idsOfRow(std::string_view line, ResultFileKind kind) {
     return RowIds{*first, *second};
 }
 
-std::optional<std::string> readWholeFile(const std::string& path) {
+[[noreturn]] void refuseToResume(const std::string& path, const char* reason) {
+    std::printf("Cannot resume %s: %s \n", path.c_str(), reason);
+    std::printf("Run it again without --resume to start the pass afresh. \n");
+    endRun(exitFailed);
+}
+
+[[noreturn]] void refuseUnreadable(const std::string& path, int errorNumber) {
+    const std::string reason =
+        "it cannot be read (" + std::string(std::strerror(errorNumber)) + ")";
+    refuseToResume(path, reason.c_str());
+}
+
+// The file's bytes; "" when there is no such file, so that the pass starts afresh. A
+// file that is there but cannot be read must not be taken for empty, or starting afresh
+// would wipe it: the run is refused.
+std::string readFileToResume(const std::string& path) {
     FileHandle file = openFile(path, "rb");
-    if (!file) return std::nullopt;
+    if (!file && errno == ENOENT) return {};
+    if (!file) refuseUnreadable(path, errno);
     std::string text;
     char buffer[65536];
     std::size_t byteCount = 0;
     while ((byteCount = std::fread(buffer, 1, sizeof buffer, file.get())) > 0) {
         text.append(buffer, byteCount);
     }
-    if (std::ferror(file.get()) != 0) return std::nullopt;
+    if (std::ferror(file.get()) != 0) refuseUnreadable(path, errno);
     return text;
-}
-
-[[noreturn]] void refuseToResume(const std::string& path, const char* reason) {
-    std::printf("Cannot resume %s: %s \n", path.c_str(), reason);
-    std::printf("Run it again without --resume to start the pass afresh. \n");
-    endRun(exitFailed);
 }
 
 // Cuts the file back to its kept bytes and opens it for appending.
@@ -133,8 +144,7 @@ PassFile openPassFile(const Run& run, const std::string& path, ResultFileKind ki
         pass.fates.assign(pairs.size(), PairFate::toDo);
         return pass;
     }
-    const std::optional<std::string> text = readWholeFile(path);
-    const KeptRows kept = readKeptRows(text.value_or(""), kind);
+    const KeptRows kept = readKeptRows(readFileToResume(path), kind);
     if (!kept.belongsToKind) refuseToResume(path, "it is not the result file of this pass");
     std::optional<std::vector<PairFate>> fates = matchKeptRows(idsOfPlan(run, pairs), kept.rows);
     if (!fates) refuseToResume(path, "its rows are not the pairs of this job in this order");

@@ -55,7 +55,8 @@ struct PassFile {
 
 // Without --resume: creates the file as the drivers always have, and every pair is
 // to do. With it: keeps what an earlier run wrote and opens the file for appending. A file
-// that is not this pass's result file ends the run untouched, with a message.
+// that is not this pass's result file, or that is there but cannot be read, ends the run
+// untouched, with a message.
 PassFile openPassFile(const Run& run, const std::string& path, ResultFileKind kind,
                       const std::vector<PlannedPair>& pairs);
 

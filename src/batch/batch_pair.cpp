@@ -80,14 +80,15 @@ RmsRow evaluatePreparedPair(Run& run, double spacing) {
 }
 
 void logFailedPair(const Run& run) {
-    std::FILE* log = run.state.logFile.get();
-    if (log == nullptr) return;  // the entry ends the run before a stage could meet this
-    const bool isWritten =
-        std::fprintf(log, "Unable to open files: %s \n", run.pair.firstPath.c_str()) >= 0 &&
-        std::fprintf(log, " and %s \n", run.pair.secondPath.c_str()) >= 0 &&
-        std::fprintf(log, "Please check your GPS file for an error here. \n") >= 0 &&
-        std::fflush(log) == 0;
-    requireLogWritten(isWritten, run.state);
+    requireLogWritten(writeFailedPairLines(run.state.logFile.get(), run), run.state);
+}
+
+bool writeFailedPairLines(std::FILE* log, const Run& run) {
+    if (log == nullptr) return true;  // the entry ends the run before a stage could meet this
+    return std::fprintf(log, "Unable to open files: %s \n", run.pair.firstPath.c_str()) >= 0 &&
+           std::fprintf(log, " and %s \n", run.pair.secondPath.c_str()) >= 0 &&
+           std::fprintf(log, "Please check your GPS file for an error here. \n") >= 0 &&
+           std::fflush(log) == 0;
 }
 
 void printScanTime(std::FILE* console, bool isEvaluation, std::int32_t scanId,

@@ -36,8 +36,13 @@ RmsRow evaluatePreparedPair(Run& run, double spacing);
 // With no sample in either direction the result is not a number.
 double weightedRms(double rms12, std::int32_t np12, double rms21, std::int32_t np21);
 
-// The three lines that tell the log a pair could not be prepared.
+// The three lines that tell the log a pair could not be prepared. A failed write ends
+// the run.
 void logFailedPair(const Run& run);
+
+// The same lines to `log`, flushed, for a caller that must end the run its own way. True
+// when they were written or there is no log; false with errno set when the log refused them.
+bool writeFailedPairLines(std::FILE* log, const Run& run);
 
 // The time line that closes a scan's turn, then a blank line. `console` is stdout except
 // where a process prints what other processes computed.

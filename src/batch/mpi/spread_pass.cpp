@@ -204,7 +204,12 @@ bool writeInOrder(SpreadPass& pass) {
             break;
         case PairFate::failedBefore:
             setPlannedPairFiles(pass.run, pass.kind, turn.pairs[cursor.pairInTurn]);
-            logFailedPair(pass.run);
+            // The log's failure door prints, and waits for a key: only once the thread
+            // has given the standard streams back.
+            if (!writeFailedPairLines(pass.targets.log, pass.run)) {
+                stopOwnThread(pass);
+                requireLogWritten(false, pass.run.state);
+            }
             cursor.turnFailed = true;
             break;
         case PairFate::toDo: {

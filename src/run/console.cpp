@@ -29,6 +29,11 @@ void leaveRun(int exitCode) {
 }
 
 void endRunOnFailedWrite(const std::string& path, int errorNumber, std::FILE* log) {
+    tellOfFailedWrite(path, errorNumber, log);
+    endRun(exitFailed);
+}
+
+void tellOfFailedWrite(const std::string& path, int errorNumber, std::FILE* log) {
     const char* reason = std::strerror(errorNumber);
     std::printf("Unable to write %s: %s \n", path.c_str(), reason);
     if (log != nullptr) {
@@ -36,7 +41,6 @@ void endRunOnFailedWrite(const std::string& path, int errorNumber, std::FILE* lo
         std::fprintf(log, "Unable to write %s: %s \n", path.c_str(), reason);
         std::fflush(log);
     }
-    endRun(exitFailed);
 }
 
 void endRunOnUncreatableFile(const std::string& path) {

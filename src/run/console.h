@@ -38,6 +38,9 @@ void reportOutOfMemory();
 // with exit code 1. Pass no log when the log itself is what failed.
 [[noreturn]] void endRunOnFailedWrite(const std::string& path, int errorNumber, std::FILE* log);
 
+// The message of endRunOnFailedWrite alone, for a process that must end the run its own way.
+void tellOfFailedWrite(const std::string& path, int errorNumber, std::FILE* log);
+
 // A file the run needs could not be created: the user is asked to check its folder, and
 // the run ends with exit code 1.
 [[noreturn]] void endRunOnUncreatableFile(const std::string& path);

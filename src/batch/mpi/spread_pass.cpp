@@ -26,6 +26,7 @@
 #include "batch/pair_worker.h"
 #include "batch/resume.h"
 #include "batch/wall_clock.h"
+#include "run/console.h"
 
 namespace sorvek {
 namespace {
@@ -36,6 +37,8 @@ struct Mailbox {
     std::condition_variable_any changed;
     std::optional<PairTask> task;      // handed out by the owner, taken by the thread
     std::optional<PairResult> result;  // left by the thread, taken by the owner
+    bool isExiting = false;            // the thread's pair ended the process: it is inside exit
+    bool hasStopped = false;           // the thread gave the standard streams back and returns
 };
 
 // Where the owner stands in writing the pass out.
@@ -60,7 +63,6 @@ struct SpreadPass {
     std::vector<int> idleRanks{};     // ranks waiting for a task
     int stoppedRanks = 0;           // ranks whose pair ended the run
     bool isThreadIdle = true;       // the owner's thread waits for a task
-    bool hasThreadEnded = false;    // the owner's thread computed a pair that ended the run
     Mailbox mailbox{};                // between the owner and its thread
     std::jthread ownThread{};         // the owner's thread, while the pass runs
 };
@@ -96,6 +98,7 @@ void deliverToMailbox(PairResult result, void* context) {
     {
         const std::lock_guard<std::mutex> guard(mailbox->lock);
         mailbox->result = std::move(result);
+        mailbox->isExiting = true;
     }
     mailbox->changed.notify_all();
     // The process is ending from this thread: the owner writes the pairs before this one
@@ -123,6 +126,11 @@ void runOwnThread(std::stop_token stop, Mailbox& mailbox, PairWorker& worker) {
         if (endsRun) break;
     }
     restoreStandardStreams(saved);
+    {
+        const std::lock_guard<std::mutex> guard(mailbox.lock);
+        mailbox.hasStopped = true;
+    }
+    mailbox.changed.notify_all();
 }
 
 [[noreturn]] void endSpreadRun(SpreadPass& pass, int exitCode, bool waitsForKey) {
@@ -137,14 +145,43 @@ void runOwnThread(std::stop_token stop, Mailbox& mailbox, PairWorker& worker) {
 
 // Before the run can end through its usual doors, which print to the standard streams,
 // the owner's thread must have given them back: it finishes the pair in hand and stops.
-// A thread whose pair ended the run gave them back before it handed that pair on.
-void stopOwnThread(SpreadPass& pass) {
+// False when its pair ended the process instead: the thread gave the streams back and
+// stays inside exit, so it can never be joined, and no second exit may run beside it.
+bool stopOwnThread(SpreadPass& pass) {
     const int errorNumber = errno;  // the reason of a failed write, for the message
-    if (!pass.hasThreadEnded && pass.ownThread.joinable()) {
+    bool isExiting = false;
+    if (pass.ownThread.joinable()) {
         pass.ownThread.request_stop();
-        pass.ownThread.join();
+        {
+            std::unique_lock<std::mutex> guard(pass.mailbox.lock);
+            pass.mailbox.changed.wait(
+                guard, [&] { return pass.mailbox.hasStopped || pass.mailbox.isExiting; });
+            isExiting = pass.mailbox.isExiting;
+        }
+        if (!isExiting) pass.ownThread.join();
     }
     errno = errorNumber;
+    return !isExiting;
+}
+
+// A failed write while the thread is inside exit: the user reads the door's message, and
+// the run ends as a pair that ends it does.
+[[noreturn]] void endBesideExitingThread(SpreadPass& pass, const std::string& path,
+                                         std::FILE* log) {
+    tellOfFailedWrite(path, errno, log);
+    endSpreadRun(pass, exitFailed, true);
+}
+
+// A write to the result file failed; errno tells why.
+[[noreturn]] void failRowWrite(SpreadPass& pass) {
+    if (stopOwnThread(pass)) failOutput(pass.resultFile);
+    endBesideExitingThread(pass, pass.resultFile.path, pass.resultFile.log);
+}
+
+// A write to the log failed; errno tells why.
+[[noreturn]] void failLogWrite(SpreadPass& pass) {
+    if (stopOwnThread(pass)) endRunOnFailedWrite(pass.run.state.logPath, errno, nullptr);
+    endBesideExitingThread(pass, pass.run.state.logPath, nullptr);
 }
 
 void writePairResult(SpreadPass& pass, const PairResult& result) {
@@ -154,21 +191,11 @@ void writePairResult(SpreadPass& pass, const PairResult& result) {
         std::fprintf(pass.targets.errors, "sorvek-mpi: the text of a pair arrived damaged\n");
         MPI_Abort(MPI_COMM_WORLD, 1);
         break;
-    case ReplayOutcome::rowsFailed:
-        stopOwnThread(pass);
-        failOutput(pass.resultFile);
-    case ReplayOutcome::logFailed:
-        stopOwnThread(pass);
-        requireLogWritten(false, pass.run.state);
+    case ReplayOutcome::rowsFailed: failRowWrite(pass);
+    case ReplayOutcome::logFailed: failLogWrite(pass);
     }
-    if (std::fflush(pass.targets.rows) != 0) {
-        stopOwnThread(pass);
-        failOutput(pass.resultFile);
-    }
-    if (pass.targets.log != nullptr && std::fflush(pass.targets.log) != 0) {
-        stopOwnThread(pass);
-        requireLogWritten(false, pass.run.state);
-    }
+    if (std::fflush(pass.targets.rows) != 0) failRowWrite(pass);
+    if (pass.targets.log != nullptr && std::fflush(pass.targets.log) != 0) failLogWrite(pass);
     std::fflush(pass.targets.console);
     pass.cursor.turnSeconds += result.seconds;
     if (!result.isDone) pass.cursor.turnFailed = true;
@@ -204,12 +231,9 @@ bool writeInOrder(SpreadPass& pass) {
             break;
         case PairFate::failedBefore:
             setPlannedPairFiles(pass.run, pass.kind, turn.pairs[cursor.pairInTurn]);
-            // The log's failure door prints, and waits for a key: only once the thread
-            // has given the standard streams back.
-            if (!writeFailedPairLines(pass.targets.log, pass.run)) {
-                stopOwnThread(pass);
-                requireLogWritten(false, pass.run.state);
-            }
+            // Not logFailedPair: its failure door would print while the thread may hold
+            // the standard streams.
+            if (!writeFailedPairLines(pass.targets.log, pass.run)) failLogWrite(pass);
             cursor.turnFailed = true;
             break;
         case PairFate::toDo: {
@@ -274,7 +298,6 @@ bool collectResults(SpreadPass& pass) {
     if (own) {
         hasCollected = true;
         pass.isThreadIdle = own->ending == RunEnding::none;
-        pass.hasThreadEnded = !pass.isThreadIdle;
         recordResult(pass.ledger, std::move(*own));
     }
     while (const std::optional<Message> message = pollMessage(-1)) {
@@ -338,7 +361,7 @@ void runSpreadPass(Run& run, const std::string& path) {
     ownWorker.run.state.workers = run.state.workers;  // idle meanwhile: the thread borrows it
     pass.ownThread = std::jthread(runOwnThread, std::ref(pass.mailbox), std::ref(ownWorker));
     coordinate(pass);
-    stopOwnThread(pass);
+    (void)stopOwnThread(pass);  // no pair ended the run, so the thread is not inside exit
     endPassOnRanks(pass);
     run.state.pairsDone = pass.ledger.pairsDoneAtStart + pass.ledger.finishedWritten;
     closeInPlace(pass.resultFile);

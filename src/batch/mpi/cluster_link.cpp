@@ -1,10 +1,13 @@
 #include "batch/mpi/cluster_link.h"
 
 #include <mpi.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 namespace sorvek {
@@ -51,6 +54,12 @@ Message waitForMessage(int source) {
         if (std::optional<Message> message = pollMessage(source)) return std::move(*message);
         pauseBetweenPolls(idlePolls);
     }
+}
+
+void abortJob(const char* reason) {
+    dprintf(STDERR_FILENO, "sorvek-mpi rank %i: %s\n", ownRank(), reason);
+    MPI_Abort(MPI_COMM_WORLD, 1);
+    std::abort();  // MPI_Abort does not return, though it is not declared so
 }
 
 void pauseBetweenPolls(int& idlePolls) {

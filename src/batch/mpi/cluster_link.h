@@ -43,4 +43,9 @@ Message waitForMessage(int source);
 // A short sleep between two polls; longer the longer nothing has come, up to a few ms.
 void pauseBetweenPolls(int& idlePolls);
 
+// Ends every process of the job at once, after saying why on this process's standard error
+// (its descriptor, whatever stream stderr points at meanwhile). For what the job cannot
+// survive: a damaged message, or a rank that cannot take part.
+[[noreturn]] void abortJob(const char* reason);
+
 }  // namespace sorvek

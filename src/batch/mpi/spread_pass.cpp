@@ -6,8 +6,6 @@
 // standard streams point at the thread's capture, so the owner prints through the streams
 // it saved before the thread started.
 
-#include <mpi.h>
-
 #include <cerrno>
 #include <condition_variable>
 #include <cstdlib>
@@ -15,6 +13,7 @@
 #include <new>
 #include <optional>
 #include <stop_token>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -187,10 +186,7 @@ bool stopOwnThread(SpreadPass& pass) {
 void writePairResult(SpreadPass& pass, const PairResult& result) {
     switch (replayCapturedText(result.captured, pass.targets)) {
     case ReplayOutcome::written: break;
-    case ReplayOutcome::damaged:
-        std::fprintf(pass.targets.errors, "sorvek-mpi: the text of a pair arrived damaged\n");
-        MPI_Abort(MPI_COMM_WORLD, 1);
-        break;
+    case ReplayOutcome::damaged: abortJob("the text of a pair arrived damaged");
     case ReplayOutcome::rowsFailed: failRowWrite(pass);
     case ReplayOutcome::logFailed: failLogWrite(pass);
     }
@@ -276,9 +272,9 @@ void takeMessage(SpreadPass& pass, const Message& message) {
     if (message.tag != MessageTag::result) return;
     std::optional<PairResult> result = decodePairResult(message.bytes);
     if (!result) {
-        std::fprintf(pass.targets.errors, "sorvek-mpi: a result from rank %i arrived damaged\n",
-                     message.source);
-        MPI_Abort(MPI_COMM_WORLD, 1);
+        const std::string reason =
+            "a result from rank " + std::to_string(message.source) + " arrived damaged";
+        abortJob(reason.c_str());
     }
     if (result->ending == RunEnding::none) {
         pass.idleRanks.push_back(message.source);

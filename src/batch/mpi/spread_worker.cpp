@@ -11,13 +11,6 @@
 namespace sorvek {
 namespace {
 
-// A rank that cannot take part ends the whole job; there is nothing it could hand on.
-[[noreturn]] void abandonJob(const char* reason) {
-    std::fprintf(stderr, "sorvek-mpi rank %i: %s\n", ownRank(), reason);
-    MPI_Abort(MPI_COMM_WORLD, 1);
-    std::abort();
-}
-
 // After the run is over for this rank: waits for quit, says bye and ends MPI.
 void awaitQuit() {
     for (;;) {
@@ -50,7 +43,7 @@ PairResult resultSoFar(PairWorker& worker, const PairTask& task,
 // One pass of the owner's: false when the run is over for this rank.
 bool servePass(const JobSetup& setup) {
     PairWorker worker;
-    if (!startPairWorker(worker, setup)) abandonJob("cannot open the streams that catch a pair's text");
+    if (!startPairWorker(worker, setup)) abortJob("cannot open the streams that catch a pair's text");
     const StandardStreams saved = redirectStandardStreams(worker.capture);
     sendMessage(ownerRank, MessageTag::ask, {});
     bool goesOn = true;
@@ -115,7 +108,7 @@ void serveSpreadPasses() {
         if (message.tag == MessageTag::quit) break;
         if (message.tag != MessageTag::job) continue;
         const std::optional<JobSetup> setup = decodeJobSetup(message.bytes);
-        if (!setup) abandonJob("the job arrived damaged");
+        if (!setup) abortJob("the job arrived damaged");
         if (!servePass(*setup)) break;
     }
     sendMessage(ownerRank, MessageTag::bye, {});

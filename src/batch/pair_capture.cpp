@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 // The streams are the C library's own custom streams (fopencookie), so that printf,
 // fprintf and fwrite reach the capture without any change to the code that calls them.
@@ -10,15 +11,24 @@ namespace {
 
 constexpr std::size_t frameHead = 1 + sizeof(std::uint32_t);
 
-ssize_t appendPiece(void* cookie, const char* bytes, std::size_t byteCount) {
+// Called from inside the C library's printf, which no exception may cross: running out of
+// memory is kept on the sink, and the write fails as the cookie interface has it, with 0.
+ssize_t appendPiece(void* cookie, const char* bytes, std::size_t byteCount) noexcept {
     auto* sink = static_cast<CaptureSink*>(cookie);
     // A single write never comes near 4 GiB: the C library hands over one buffer at a time.
     const auto length = static_cast<std::uint32_t>(byteCount);
     char head[frameHead];
     head[0] = static_cast<char>(sink->channel);
     std::memcpy(head + 1, &length, sizeof length);
-    sink->framed->append(head, frameHead);
-    sink->framed->append(bytes, byteCount);
+    const std::size_t keptSize = sink->framed->size();
+    try {
+        sink->framed->append(head, frameHead);
+        sink->framed->append(bytes, byteCount);
+    } catch (const std::bad_alloc&) {
+        sink->framed->resize(keptSize);  // no piece cut short: the frames stay readable
+        sink->hasLostText = true;
+        return 0;
+    }
     return static_cast<ssize_t>(byteCount);
 }
 
@@ -58,6 +68,13 @@ std::string takeCapturedText(PairCapture& capture) {
     std::string text = std::move(capture.framed);
     capture.framed.clear();
     return text;
+}
+
+bool hasLostText(const PairCapture& capture) {
+    for (const CaptureSink& sink : capture.sinks) {
+        if (sink.hasLostText) return true;
+    }
+    return false;
 }
 
 ReplayOutcome replayCapturedText(std::string_view framed, const CaptureTargets& targets) {

@@ -27,6 +27,7 @@ enum class CaptureChannel : char {
 struct CaptureSink {
     std::string* framed = nullptr;
     CaptureChannel channel = CaptureChannel::console;
+    bool hasLostText = false;  // memory ran out while a piece was kept; the piece is lost
 };
 
 // The streams hold the addresses of `sinks` and `framed`: a capture is opened where it
@@ -50,6 +51,9 @@ bool openPairCapture(PairCapture& capture);
 
 // Flushes the streams and hands over what they caught since the last call.
 std::string takeCapturedText(PairCapture& capture);
+
+// True once any stream lost a piece of text for want of memory.
+bool hasLostText(const PairCapture& capture);
 
 // Where captured text is written out.
 struct CaptureTargets {

@@ -92,9 +92,17 @@ PairResult computeGuarded(PairWorker& worker, const PairTask& task, const Standa
     inHand.context = context;
     inHand.worker.store(&worker);
     PairResult result;
+    bool isOutOfMemory = false;
     try {
         result = computePair(worker, task);
     } catch (const std::bad_alloc&) {
+        isOutOfMemory = true;
+    }
+    // Memory also ran out when the capture could not keep a piece of text. The pair's text
+    // then has a hole (a row cut in two, say), so none of it is written out.
+    const bool hasHole = hasLostText(worker.capture);
+    if (hasHole) (void)takeCapturedText(worker.capture);
+    if (isOutOfMemory || hasHole) {
         reportOutOfMemory();
         result = resultSoFar(worker, task, inHand.start, RunEnding::outOfMemory, 1);
     }

@@ -1,6 +1,7 @@
 #include "batch/pair_worker.h"
 
 #include <chrono>
+#include <utility>
 
 #include "batch/batch_pair.h"
 #include "batch/linear_sequence.h"
@@ -30,19 +31,17 @@ void setPlannedPairFiles(Run& run, PassKind kind, const PlannedPair& planned) {
     }
 }
 
-bool startPairWorker(PairWorker& worker, const JobSetup& setup) {
+bool startPairWorker(PairWorker& worker, JobSetup setup, std::shared_ptr<WorkerPool> workers) {
     worker.kind = setup.kind;
     worker.run = Run{};
-    worker.run.options = setup.options;
+    worker.run.options = std::move(setup.options);
     RunState& state = worker.run.state;
     state.runMode = setup.runMode;
     state.rmsPhase = setup.rmsPhase;
-    state.scans = setup.scans;
+    state.scans = std::move(setup.scans);
     state.progressScans = setup.progressScans;
     state.percentStep = setup.percentStep;
-    // The engine's numbers do not depend on its thread count; its speed does, so each
-    // computing process runs as many threads as the owner does.
-    state.workers = std::make_shared<WorkerPool>(static_cast<std::size_t>(setup.threadCount));
+    state.workers = std::move(workers);
     if (!openPairCapture(worker.capture)) return false;
     state.logFile = std::move(worker.capture.log);
     return true;

@@ -2,6 +2,8 @@
 // Computing single pairs of a spread pass, each exactly as the one-process driver would
 // compute it at its place in the pass, with everything it prints and writes caught.
 
+#include <memory>
+
 #include "batch/pair_capture.h"
 #include "batch/spread_messages.h"
 #include "run/records.h"
@@ -22,9 +24,10 @@ JobSetup jobSetupOf(const Run& run, PassKind kind);
 // Sets the indices and files of a planned pair as the pass of `kind` would.
 void setPlannedPairFiles(Run& run, PassKind kind, const PlannedPair& planned);
 
-// Builds the worker's run from `setup` and opens its capture. False when the capture
-// cannot be opened.
-bool startPairWorker(PairWorker& worker, const JobSetup& setup);
+// Builds the worker's run from `setup`, whose scan table and options it takes over, with
+// `workers` as the engine's threads, and opens its capture. False when the capture cannot
+// be opened.
+bool startPairWorker(PairWorker& worker, JobSetup setup, std::shared_ptr<WorkerPool> workers);
 
 // One pair, with pairsDone as the task gives it. The stage code prints to the process's
 // standard streams, so they must point at the worker's capture while it runs.

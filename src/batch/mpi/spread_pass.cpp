@@ -348,13 +348,13 @@ void runSpreadPass(Run& run, const std::string& path) {
     pass.targets = {stdout, stderr, run.state.logFile.get(), pass.resultFile.file.get()};
     pass.input = stdin;
 
-    const JobSetup setup = jobSetupOf(run, pass.kind);
+    JobSetup setup = jobSetupOf(run, pass.kind);
     const std::string job = encodeJobSetup(setup);
     for (int rank = 0; rank < rankCount(); ++rank) {
         if (rank != ownerRank) sendMessage(rank, MessageTag::job, job);
     }
-    if (!startPairWorker(ownWorker, setup)) throw std::bad_alloc();
-    ownWorker.run.state.workers = run.state.workers;  // idle meanwhile: the thread borrows it
+    // The owner's engine threads are idle meanwhile: its thread borrows them.
+    if (!startPairWorker(ownWorker, std::move(setup), run.state.workers)) throw std::bad_alloc();
     pass.ownThread = std::jthread(runOwnThread, std::ref(pass.mailbox), std::ref(ownWorker));
     coordinate(pass);
     (void)stopOwnThread(pass);  // no pair ended the run, so the thread is not inside exit

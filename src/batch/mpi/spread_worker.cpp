@@ -7,6 +7,7 @@
 
 #include "batch/mpi/cluster_link.h"
 #include "run/console.h"
+#include "run/worker_pool.h"
 
 namespace sorvek {
 namespace {
@@ -41,9 +42,12 @@ PairResult resultSoFar(PairWorker& worker, const PairTask& task,
 }
 
 // One pass of the owner's: false when the run is over for this rank.
-bool servePass(const JobSetup& setup) {
+bool servePass(JobSetup setup) {
+    // The engine's numbers do not depend on its thread count; its speed does, so each
+    // computing process runs as many threads as the owner does.
+    auto workers = std::make_shared<WorkerPool>(static_cast<std::size_t>(setup.threadCount));
     PairWorker worker;
-    if (!startPairWorker(worker, setup)) abortJob("cannot open the streams that catch a pair's text");
+    if (!startPairWorker(worker, std::move(setup), std::move(workers))) abortJob("cannot open the streams that catch a pair's text");
     const StandardStreams saved = redirectStandardStreams(worker.capture);
     sendMessage(ownerRank, MessageTag::ask, {});
     bool goesOn = true;
@@ -115,9 +119,9 @@ void serveSpreadPasses() {
         const Message message = waitForMessage(ownerRank);
         if (message.tag == MessageTag::quit) break;
         if (message.tag != MessageTag::job) continue;
-        const std::optional<JobSetup> setup = decodeJobSetup(message.bytes);
+        std::optional<JobSetup> setup = decodeJobSetup(message.bytes);
         if (!setup) abortJob("the job arrived damaged");
-        if (!servePass(*setup)) break;
+        if (!servePass(std::move(*setup))) break;
     }
     sendMessage(ownerRank, MessageTag::bye, {});
 }

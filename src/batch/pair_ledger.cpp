@@ -16,8 +16,7 @@ std::int32_t failuresKnownBefore(const PairLedger& ledger, std::size_t pairNumbe
     return failures;
 }
 
-PairTask taskFor(PairLedger& ledger, std::size_t pairNumber, std::int32_t pairsDone) {
-    ledger.entries[pairNumber].isOut = true;
+PairTask taskFor(const PairLedger& ledger, std::size_t pairNumber, std::int32_t pairsDone) {
     PairTask task;
     task.pairNumber = static_cast<std::int32_t>(pairNumber);
     task.pair = ledger.pairs[pairNumber];
@@ -38,9 +37,9 @@ PairLedger startLedger(std::vector<PlannedPair> pairs, std::int32_t pairsDoneAtS
 }
 
 std::optional<PairTask> nextTask(PairLedger& ledger) {
-    if (!ledger.redo.empty()) {
-        const std::size_t pairNumber = ledger.redo.front();
-        ledger.redo.erase(ledger.redo.begin());
+    if (ledger.redo) {
+        const std::size_t pairNumber = *ledger.redo;
+        ledger.redo.reset();
         // Only the next pair to write is ever redone, so its count is exact now.
         return taskFor(ledger, pairNumber, ledger.pairsDoneAtStart + ledger.finishedWritten);
     }
@@ -61,7 +60,6 @@ void recordResult(PairLedger& ledger, PairResult result) {
         ledger.firstEnding = pairNumber;
     }
     LedgerEntry& entry = ledger.entries[pairNumber];
-    entry.isOut = false;
     entry.hasResult = true;
     entry.result = std::move(result);
 }
@@ -76,7 +74,7 @@ std::optional<PairResult> takeWritable(PairLedger& ledger) {
     if (ledger.readsPairsDone && entry.result.ending == RunEnding::none &&
         entry.result.pairsDone != exact) {
         entry.hasResult = false;
-        ledger.redo.push_back(ledger.nextToWrite);
+        ledger.redo = ledger.nextToWrite;
         return std::nullopt;
     }
     PairResult result = std::move(entry.result);

@@ -19,7 +19,6 @@
 namespace sorvek {
 
 struct LedgerEntry {
-    bool isOut = false;      // handed out and not yet back
     bool hasResult = false;  // back, waiting to be written
     PairResult result;       // what came back
 };
@@ -30,7 +29,7 @@ struct PairLedger {
     std::int32_t pairsDoneAtStart = 0;  // finished before the first of them (kept rows)
     bool readsPairsDone = false;        // the pairs print progress figures (a solver runs)
     std::size_t nextFresh = 0;          // first pair never handed out
-    std::vector<std::size_t> redo;      // pairs to hand out again, with the exact count
+    std::optional<std::size_t> redo;    // the pair to hand out again, with the exact count
     std::size_t nextToWrite = 0;        // first pair not yet written
     std::int32_t finishedWritten = 0;   // pairs written that were prepared and finished
     std::optional<std::size_t> firstEnding;  // earliest pair known to end the run

@@ -1,5 +1,7 @@
 #include "batch/result_rows.h"
 
+#include <charconv>
+
 #include "run/console.h"
 
 namespace sorvek {
@@ -14,6 +16,18 @@ const char* headLineOf(ResultFileKind kind) {
         break;
     }
     return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n";
+}
+
+std::size_t secondIdFieldOf(ResultFileKind kind) {
+    return kind == ResultFileKind::registration ? 2 : 1;
+}
+
+std::optional<std::int32_t> parseRowId(std::string_view field) {
+    std::int32_t id = 0;
+    const char* const end = field.data() + field.size();
+    const auto [stop, error] = std::from_chars(field.data(), end, id);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return id;
 }
 
 void endRunWithoutResultFile(const std::string& path) {

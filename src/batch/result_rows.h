@@ -2,9 +2,12 @@
 // The two result files of the batch drivers: their head lines and their rows. Every row is
 // flushed as soon as it is written, so that a stopped run keeps what it has done.
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "run/output_file.h"
 #include "run/records.h"
@@ -45,6 +48,14 @@ enum class ResultFileKind {
 
 // The head line of a result file of `kind`, line end included.
 const char* headLineOf(ResultFileKind kind);
+
+// A row names its first scan in field 0 and its second in this field: 2 in registration
+// rows, 1 in RMS rows.
+std::size_t secondIdFieldOf(ResultFileKind kind);
+
+// A scan id field as the rows are written: a whole decimal 32-bit number and nothing else,
+// as "%i" writes it. A blank, a plus sign or anything after the digits makes it no id.
+std::optional<std::int32_t> parseRowId(std::string_view field);
 
 // Tells the user that the result file at `path` cannot be created or reopened and ends
 // the run with exit code 0, as a driver without its result file does.

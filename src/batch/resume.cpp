@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string_view>
@@ -12,18 +11,6 @@
 
 namespace sorvek {
 namespace {
-
-// A whole decimal 32-bit number and nothing else, as "%i" writes it.
-std::optional<std::int32_t> parseId(std::string_view field) {
-    if (field.empty() || field.size() > 11) return std::nullopt;
-    const std::string text(field);
-    char* end = nullptr;
-    errno = 0;
-    const long value = std::strtol(text.c_str(), &end, 10);
-    if (errno != 0 || end != text.c_str() + text.size()) return std::nullopt;
-    if (value < INT32_MIN || value > INT32_MAX) return std::nullopt;
-    return static_cast<std::int32_t>(value);
-}
 
 // Field `index` of a comma-separated line.
 std::string_view fieldOf(std::string_view line, std::size_t index) {
@@ -35,11 +22,9 @@ std::string_view fieldOf(std::string_view line, std::size_t index) {
     return line.substr(0, line.find(','));
 }
 
-// Registration rows name their scans in fields 0 and 2, RMS rows in fields 0 and 1.
 std::optional<RowIds> idsOfRow(std::string_view line, ResultFileKind kind) {
-    const std::size_t secondField = kind == ResultFileKind::registration ? 2 : 1;
-    const std::optional<std::int32_t> first = parseId(fieldOf(line, 0));
-    const std::optional<std::int32_t> second = parseId(fieldOf(line, secondField));
+    const std::optional<std::int32_t> first = parseRowId(fieldOf(line, 0));
+    const std::optional<std::int32_t> second = parseRowId(fieldOf(line, secondIdFieldOf(kind)));
     if (!first || !second) return std::nullopt;
     return RowIds{*first, *second};
 }

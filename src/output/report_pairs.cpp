@@ -1,10 +1,10 @@
 #include "output/report_pairs.h"
 
-#include <charconv>
 #include <optional>
 #include <sstream>
 
 #include "batch/pair_plan.h"
+#include "batch/result_rows.h"
 
 namespace sorvek {
 namespace {
@@ -35,11 +35,7 @@ bool holdsPair(std::span<const ReportPair> pairs, std::int32_t first, std::int32
 
 std::optional<std::int32_t> idOf(const ResultFields& row, std::size_t column) {
     if (column >= row.size()) return std::nullopt;
-    const std::string& text = row[column];
-    std::int32_t id = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return id;
+    return parseRowId(row[column]);
 }
 
 bool namesPair(const ReportPair& pair, std::span<const ScanRecord> scans, std::int32_t firstId,

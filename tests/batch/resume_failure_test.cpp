@@ -1,9 +1,11 @@
 // --resume meets a result file it cannot read: it must refuse and leave the file as it
-// was, never take it for an empty file and start the pass afresh over it.
+// was, never take it for an empty file and start the pass afresh over it. And what counts
+// as a scan id when a row is read back, by resume and report alike.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
+#include "batch/result_rows.h"
 #include "support/survey_job.h"
 
 namespace sorvek {
@@ -42,6 +44,14 @@ TEST(ResumeFailure, AResultFileWithoutReadPermissionIsRefusedUntouched) {
     EXPECT_NE(refused.out.find("Cannot resume jobrms.csv: it cannot be read (Permission denied) \n"),
               std::string::npos);
     EXPECT_EQ(testing::readFile(result), finished);
+}
+
+TEST(RowIds, AnIdIsWhatPercentIWritesAndNothingElse) {
+    EXPECT_EQ(parseRowId("-3"), -3);
+    EXPECT_EQ(parseRowId("2147483647"), INT32_MAX);
+    for (const char* notAnId : {"", " 7", "+7", "7 ", "7.0", "2147483648"}) {
+        EXPECT_FALSE(parseRowId(notAnId)) << '"' << notAnId << '"';
+    }
 }
 
 }  // namespace

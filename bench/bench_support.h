@@ -31,7 +31,8 @@ inline StreetScans sampleStreetPair(std::int64_t pointsPerCloud) {
     StreetScans scans;
     scans.poses = synth::planScans(surveySpec);
     const synth::SceneHandle scene = synth::makeScene(surveySpec, scans.poses);
-    for (std::size_t k = 0; k < 2; ++k) scans.clouds[k] = synth::sampleScan(scene, scans.poses[k], surveySpec);
+    for (std::size_t k = 0; k < 2; ++k)
+        scans.clouds[k] = synth::sampleScan(scene, scans.poses[k], surveySpec);
     return scans;
 }
 

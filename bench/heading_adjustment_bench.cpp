@@ -25,7 +25,8 @@ SiteTable squareSite(std::int32_t side) {
     for (std::int32_t row = 0; row < side; ++row) {
         for (std::int32_t column = 0; column < side; ++column) {
             const std::int32_t first = (row * side) + column + 1;
-            const std::int32_t neighbours[] = {first + 1, first + side - 1, first + side, first + side + 1};
+            const std::int32_t neighbours[] = {first + 1, first + side - 1, first + side,
+                                               first + side + 1};
             const bool fits[] = {column + 1 < side, row + 1 < side && column > 0, row + 1 < side,
                                  row + 1 < side && column + 1 < side};
             for (std::size_t k = 0; k < 4; ++k) {
@@ -48,7 +49,8 @@ void adjustSquareSite(benchmark::State& state) {
     for (auto _ : state) {
         const HeadingAdjustment adjustment = adjustHeadings(site.scanIds, site.rows);
         rejected = 0;
-        for (const AdjustedPair& pair : adjustment.pairs) rejected += pair.status != PairStatus::accepted ? 1 : 0;
+        for (const AdjustedPair& pair : adjustment.pairs)
+            rejected += pair.status != PairStatus::accepted ? 1 : 0;
         benchmark::DoNotOptimize(adjustment.scans.data());
     }
     state.counters["scans"] = static_cast<double>(site.scanIds.size());
@@ -56,7 +58,12 @@ void adjustSquareSite(benchmark::State& state) {
     state.counters["rejected"] = static_cast<double>(rejected);
 }
 
-BENCHMARK(adjustSquareSite)->Arg(10)->Arg(20)->Arg(30)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(adjustSquareSite)
+    ->Arg(10)
+    ->Arg(20)
+    ->Arg(30)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 }  // namespace
 }  // namespace sorvek::bench

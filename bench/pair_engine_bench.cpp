@@ -11,18 +11,18 @@
 #include <utility>
 #include <vector>
 
+#include "bench_support.h"
+#include "output/overlap_image.h"
+#include "output/png_image.h"
+#include "output/report_measure.h"
 #include "points/binary_reader.h"
 #include "points/cube_grid.h"
 #include "points/cube_sort.h"
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/pair_rms.h"
-#include "output/overlap_image.h"
-#include "output/png_image.h"
-#include "output/report_measure.h"
 #include "registration/rotation_estimator.h"
 #include "run/quiet_console.h"
-#include "bench_support.h"
 #include "synth/synth.h"
 
 namespace {
@@ -31,21 +31,21 @@ using namespace sorvek;
 
 // One pair in every state the stages start from, built once before timing.
 struct BenchPair {
-    std::int64_t pointsPerCloud = 0;   // points in each cloud
-    Run run;                           // default options: 1 m cubes, NUMPPC 10
-    ScanMatrix firstMatrix;            // scanner frame to survey frame, database heading
+    std::int64_t pointsPerCloud = 0;  // points in each cloud
+    Run run;                          // default options: 1 m cubes, NUMPPC 10
+    ScanMatrix firstMatrix;           // scanner frame to survey frame, database heading
     ScanMatrix secondMatrix;
-    double pivotX = 0.0;               // the first scanner's position, for the estimator
+    double pivotX = 0.0;  // the first scanner's position, for the estimator
     double pivotY = 0.0;
-    Cloud firstRaw;                    // scanner frame, scan order
-    Cloud first;                       // survey frame, scan order
+    Cloud firstRaw;  // scanner frame, scan order
+    Cloud first;     // survey frame, scan order
     Cloud second;
-    CloudBounds overlap;               // the box both clouds share
-    Cloud firstSorted;                 // assigned and sorted on the pair's grid
+    CloudBounds overlap;  // the box both clouds share
+    Cloud firstSorted;    // assigned and sorted on the pair's grid
     Cloud secondSorted;
-    WorkCloud firstWork;               // the sorted clouds as the walk reads them
+    WorkCloud firstWork;  // the sorted clouds as the walk reads them
     WorkCloud secondWork;
-    std::filesystem::path bxyzPath;    // the first cloud as a .bxyz file
+    std::filesystem::path bxyzPath;  // the first cloud as a .bxyz file
 };
 
 ScanMatrix databaseMatrix(const synth::ScanPose& pose) {
@@ -190,10 +190,9 @@ void benchEstimate(benchmark::State& state, BenchPair& pair) {
     std::int32_t accepted = 0;
     double rotation = 0.0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(estimateRotation(pair.run, pair.secondWork, pair.firstWork,
-                                                  pair.run.options.MAXDISTINITIAL, 0.0, accepted,
-                                                  rotation, pair.pivotX, pair.pivotY,
-                                                  pair.run.options.ZMIN));
+        benchmark::DoNotOptimize(estimateRotation(
+            pair.run, pair.secondWork, pair.firstWork, pair.run.options.MAXDISTINITIAL, 0.0,
+            accepted, rotation, pair.pivotX, pair.pivotY, pair.run.options.ZMIN));
     }
     countPoints(state, pair.secondSorted.size());
     state.counters["accepted"] = accepted;
@@ -227,8 +226,10 @@ void registerStages(BenchPair& pair) {
     add("assign", benchAssign);
     add("sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, false); });
     add("assign+sort", [](benchmark::State& state, BenchPair& p) { benchSort(state, p, true); });
-    add("turnedBounds", [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, false); });
-    add("turnedBounds+place", [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, true); });
+    add("turnedBounds",
+        [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, false); });
+    add("turnedBounds+place",
+        [](benchmark::State& state, BenchPair& p) { benchTurnAndPlace(state, p, true); });
     add("measure", benchMeasure);
     add("estimate", benchEstimate);
     add("picture", benchPicture);

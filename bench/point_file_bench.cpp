@@ -31,7 +31,7 @@ struct ScanFile {
 
 struct ScanFiles {
     std::int64_t points = 0;
-    Point3 scanner;       // the first set-up, for the range filter and Cliff Distance
+    Point3 scanner;  // the first set-up, for the range filter and Cliff Distance
     std::vector<ScanFile> files;
 };
 
@@ -65,25 +65,35 @@ std::unique_ptr<ScanFiles> makeFiles(std::int64_t points) {
                                          (pose.trueHeadingDeg + pose.headingErrorDeg) * degToRad,
                                          1.0, pose.x, pose.y, pose.z));
     scan->scanner = Point3{pose.x, pose.y, pose.z};
-    const auto add = [&](const std::string& label, const std::function<bool(const fs::path&)>& write) {
+    const auto add = [&](const std::string& label,
+                         const std::function<bool(const fs::path&)>& write) {
         const fs::path path = benchPath(points, label);
-        if (write(path)) scan->files.push_back({label, path});
-        else std::fprintf(stderr, "could not write %s\n", path.string().c_str());
+        if (write(path))
+            scan->files.push_back({label, path});
+        else
+            std::fprintf(stderr, "could not write %s\n", path.string().c_str());
     };
     add("bxyz", [&](const fs::path& path) { return synth::writeBinaryPoints(path, cloud); });
-    add("las1.2-format0", [&](const fs::path& path) { return synth::writeLasPoints(path, cloud, lasLayout(2, 0)); });
-    add("las1.2-format3", [&](const fs::path& path) { return synth::writeLasPoints(path, cloud, lasLayout(2, 3)); });
-    add("las1.4-format6", [&](const fs::path& path) { return synth::writeLasPoints(path, cloud, lasLayout(4, 6)); });
+    add("las1.2-format0",
+        [&](const fs::path& path) { return synth::writeLasPoints(path, cloud, lasLayout(2, 0)); });
+    add("las1.2-format3",
+        [&](const fs::path& path) { return synth::writeLasPoints(path, cloud, lasLayout(2, 3)); });
+    add("las1.4-format6",
+        [&](const fs::path& path) { return synth::writeLasPoints(path, cloud, lasLayout(4, 6)); });
     add("ply-little-float", [&](const fs::path& path) {
-        return synth::writePlyPoints(path, cloud, plyLayout("binary_little_endian", false, synth::PlyExtras::none));
+        return synth::writePlyPoints(
+            path, cloud, plyLayout("binary_little_endian", false, synth::PlyExtras::none));
     });
     add("ply-big-double", [&](const fs::path& path) {
-        return synth::writePlyPoints(path, cloud, plyLayout("binary_big_endian", true, synth::PlyExtras::none));
+        return synth::writePlyPoints(path, cloud,
+                                     plyLayout("binary_big_endian", true, synth::PlyExtras::none));
     });
     add("ply-little-float-extras", [&](const fs::path& path) {
-        return synth::writePlyPoints(path, cloud, plyLayout("binary_little_endian", false, synth::PlyExtras::properties));
+        return synth::writePlyPoints(
+            path, cloud, plyLayout("binary_little_endian", false, synth::PlyExtras::properties));
     });
-    if (points <= 1000000) add("text", [&](const fs::path& path) { return synth::writeTextPoints(path, cloud); });
+    if (points <= 1000000)
+        add("text", [&](const fs::path& path) { return synth::writeTextPoints(path, cloud); });
     return scan;
 }
 
@@ -92,9 +102,11 @@ void benchLoad(benchmark::State& state, const ScanFiles& scan, const ScanFile& f
     Cloud cloud;
     CloudBounds bounds;
     const QuietConsole quiet;
-    loadPointFile(run, file.path.string(), scan.scanner, cloud, bounds, true);  // warm pages and cache
+    loadPointFile(run, file.path.string(), scan.scanner, cloud, bounds,
+                  true);  // warm pages and cache
     for (auto _ : state) {
-        benchmark::DoNotOptimize(loadPointFile(run, file.path.string(), scan.scanner, cloud, bounds, true));
+        benchmark::DoNotOptimize(
+            loadPointFile(run, file.path.string(), scan.scanner, cloud, bounds, true));
         benchmark::DoNotOptimize(cloud.data());
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(cloud.size()));

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "batch/batch_pair.h"
+#include "bench_support.h"
 #include "points/pair_preparation.h"
 #include "registration/measure_calls.h"
 #include "run/quiet_console.h"
-#include "bench_support.h"
 #include "synth/synth.h"
 
 namespace {
@@ -78,11 +78,10 @@ struct CountedMeasures {
             ++measures;
             return real.measure(run, subject, reference, maxDistance, accepted, zMin);
         };
-        counted.estimate = [this, real](Run& run, const WorkCloud& subject,
-                                        const WorkCloud& reference, double maxDistance,
-                                        double minDistance, std::int32_t& accepted,
-                                        double& rotationOut, double pivotX, double pivotY,
-                                        double zMin) {
+        counted.estimate = [this, real](
+                               Run& run, const WorkCloud& subject, const WorkCloud& reference,
+                               double maxDistance, double minDistance, std::int32_t& accepted,
+                               double& rotationOut, double pivotX, double pivotY, double zMin) {
             ++estimates;
             return real.estimate(run, subject, reference, maxDistance, minDistance, accepted,
                                  rotationOut, pivotX, pivotY, zMin);

@@ -4,8 +4,8 @@
 
 #include "points/work_cloud.h"
 #include "registration/iterative_search.h"
-#include "registration/pair_rms.h"
 #include "registration/measure_calls.h"
+#include "registration/pair_rms.h"
 #include "registration/partial_least_squares.h"
 #include "registration/ping_pong.h"
 #include "run/int32_arithmetic.h"
@@ -94,7 +94,8 @@ bool writeFailedPairLines(std::FILE* log, const Run& run) {
 void printScanTime(std::FILE* console, bool isEvaluation, std::int32_t scanId,
                    std::int32_t seconds) {
     if (isEvaluation) {
-        std::fprintf(console, "Time for RMS evaluation of scan %i is %i seconds \n", scanId, seconds);
+        std::fprintf(console, "Time for RMS evaluation of scan %i is %i seconds \n", scanId,
+                     seconds);
     } else {
         std::fprintf(console, "Time for registration of scan %i is %i seconds \n", scanId, seconds);
     }

@@ -94,15 +94,12 @@ bool evaluateSouthPair(Run& run, LinearPass& pass, std::int32_t scanIndex) {
         return true;
     }
     switch (pass.fates[pass.pairPosition++]) {
-    case PairFate::kept:
-        ++run.state.pairsDone;
-        return true;
+    case PairFate::kept: ++run.state.pairsDone; return true;
     case PairFate::failedBefore:
         setLineSouthPairFiles(run, scanIndex);
         logFailedPair(run);
         return false;
-    case PairFate::toDo:
-        break;
+    case PairFate::toDo: break;
     }
     return doLineRmsPair(run, pass.file, scanIndex);
 }

@@ -62,7 +62,8 @@ bool openPairCapture(PairCapture& capture) {
 }
 
 std::string takeCapturedText(PairCapture& capture) {
-    for (const FileHandle* stream : {&capture.console, &capture.errors, &capture.log, &capture.rows.file}) {
+    for (const FileHandle* stream :
+         {&capture.console, &capture.errors, &capture.log, &capture.rows.file}) {
         if (*stream) std::fflush(stream->get());
     }
     std::string text = std::move(capture.framed);
@@ -85,7 +86,8 @@ ReplayOutcome replayCapturedText(std::string_view framed, const CaptureTargets& 
         if (framed.size() - frameHead < length) return ReplayOutcome::damaged;
         const std::string_view piece = framed.substr(frameHead, length);
         const auto write = [&](std::FILE* target) {
-            return target == nullptr || std::fwrite(piece.data(), 1, piece.size(), target) == piece.size();
+            return target == nullptr ||
+                   std::fwrite(piece.data(), 1, piece.size(), target) == piece.size();
         };
         switch (static_cast<CaptureChannel>(framed[0])) {
         case CaptureChannel::console: (void)write(targets.console); break;

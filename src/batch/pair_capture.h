@@ -37,13 +37,13 @@ struct PairCapture {
     PairCapture(const PairCapture&) = delete;
     PairCapture& operator=(const PairCapture&) = delete;
 
-    std::string framed;                 // pieces: channel byte, 32-bit length, the bytes
-    std::array<CaptureSink, 4> sinks;   // one per channel, in the order of the streams below
-    FileHandle console;                 // line-buffered like a terminal's standard output
-    FileHandle errors;                  // unbuffered like standard error
-    FileHandle log;                     // stands in for the log file
-    OutputFile rows;                    // stands in for the result file
-    FileHandle noInput;                 // a standard input that is always at its end
+    std::string framed;                // pieces: channel byte, 32-bit length, the bytes
+    std::array<CaptureSink, 4> sinks;  // one per channel, in the order of the streams below
+    FileHandle console;                // line-buffered like a terminal's standard output
+    FileHandle errors;                 // unbuffered like standard error
+    FileHandle log;                    // stands in for the log file
+    OutputFile rows;                   // stands in for the result file
+    FileHandle noInput;                // a standard input that is always at its end
 };
 
 // Opens the streams. False when the C library cannot make them.
@@ -59,7 +59,7 @@ bool hasLostText(const PairCapture& capture);
 struct CaptureTargets {
     std::FILE* console = nullptr;
     std::FILE* errors = nullptr;
-    std::FILE* log = nullptr;   // nullptr: log lines are dropped
+    std::FILE* log = nullptr;  // nullptr: log lines are dropped
     std::FILE* rows = nullptr;
 };
 

@@ -24,14 +24,14 @@ struct LedgerEntry {
 };
 
 struct PairLedger {
-    std::vector<PlannedPair> pairs;     // the pairs to do, in plan order
-    std::vector<LedgerEntry> entries;   // one per pair
-    std::int32_t pairsDoneAtStart = 0;  // finished before the first of them (kept rows)
-    bool readsPairsDone = false;        // the pairs print progress figures (a solver runs)
-    std::size_t nextFresh = 0;          // first pair never handed out
-    std::optional<std::size_t> redo;    // the pair to hand out again, with the exact count
-    std::size_t nextToWrite = 0;        // first pair not yet written
-    std::int32_t finishedWritten = 0;   // pairs written that were prepared and finished
+    std::vector<PlannedPair> pairs;          // the pairs to do, in plan order
+    std::vector<LedgerEntry> entries;        // one per pair
+    std::int32_t pairsDoneAtStart = 0;       // finished before the first of them (kept rows)
+    bool readsPairsDone = false;             // the pairs print progress figures (a solver runs)
+    std::size_t nextFresh = 0;               // first pair never handed out
+    std::optional<std::size_t> redo;         // the pair to hand out again, with the exact count
+    std::size_t nextToWrite = 0;             // first pair not yet written
+    std::int32_t finishedWritten = 0;        // pairs written that were prepared and finished
     std::optional<std::size_t> firstEnding;  // earliest pair known to end the run
 };
 

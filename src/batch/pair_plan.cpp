@@ -53,7 +53,8 @@ std::vector<PlannedTurn> planPass(const Run& run, PassKind kind) {
 
 std::vector<PlannedPair> pairsOf(const std::vector<PlannedTurn>& turns) {
     std::vector<PlannedPair> pairs;
-    for (const PlannedTurn& turn : turns) pairs.insert(pairs.end(), turn.pairs.begin(), turn.pairs.end());
+    for (const PlannedTurn& turn : turns)
+        pairs.insert(pairs.end(), turn.pairs.begin(), turn.pairs.end());
     return pairs;
 }
 

@@ -18,8 +18,8 @@ struct PlannedPair {
 
 // One scan's turn: its pairs, then its time line.
 struct PlannedTurn {
-    std::int32_t scanIndex = 0;     // the scan whose turn it is
-    std::vector<PlannedPair> pairs; // in the order they are done; may be empty
+    std::int32_t scanIndex = 0;      // the scan whose turn it is
+    std::vector<PlannedPair> pairs;  // in the order they are done; may be empty
 };
 
 // Which driver's order a plan follows.

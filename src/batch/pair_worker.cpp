@@ -18,7 +18,8 @@ JobSetup jobSetupOf(const Run& run, PassKind kind) {
     setup.rmsPhase = run.state.rmsPhase;
     setup.progressScans = run.state.progressScans;
     setup.percentStep = run.state.percentStep;
-    setup.threadCount = run.state.workers ? static_cast<std::int32_t>(run.state.workers->threadCount) : 1;
+    setup.threadCount =
+        run.state.workers ? static_cast<std::int32_t>(run.state.workers->threadCount) : 1;
     setup.scans = run.state.scans;
     return setup;
 }
@@ -66,8 +67,8 @@ PairResult computePair(PairWorker& worker, const PairTask& task) {
         break;
     case PassKind::siteRegistration:
     case PassKind::siteEvaluation:
-        result.isDone = doSitePair(run, worker.kind == PassKind::siteEvaluation, outputs,
-                                   rowFile, task.pair);
+        result.isDone =
+            doSitePair(run, worker.kind == PassKind::siteEvaluation, outputs, rowFile, task.pair);
         break;
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;

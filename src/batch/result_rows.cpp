@@ -12,8 +12,7 @@ const char* headLineOf(ResultFileKind kind) {
         return "scan1,rotation2,scan2,rotation2,rms,numpts,num_iters \n";
     case ResultFileKind::lineRms:
         return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range \n";
-    case ResultFileKind::siteRms:
-        break;
+    case ResultFileKind::siteRms: break;
     }
     return "scan1,scan2,rms12,np12,rms21,np21,rmswave,spacing,range,num_iters \n";
 }
@@ -61,8 +60,8 @@ void writeRegistrationRow(OutputFile& file, const RegistrationRow& row) {
 
 void writeRmsRow(OutputFile& file, const RmsRow& row) {
     requirePrinted(std::fprintf(file.file.get(), "%i,%i,%lf,%i,%lf,%i,%lf,%lf,%lf\n", row.firstId,
-                                row.secondId, row.rms12, row.np12, row.rms21, row.np21,
-                                row.rmswave, row.spacing, row.range),
+                                row.secondId, row.rms12, row.np12, row.rms21, row.np21, row.rmswave,
+                                row.spacing, row.range),
                    file);
     flushRow(file);
 }

@@ -59,8 +59,7 @@ std::string readFileToResume(const std::string& path) {
 }
 
 // Cuts the file back to its kept bytes and opens it for appending.
-OutputFile reopenForAppending(const std::string& path, std::int64_t keptByteCount,
-                              std::FILE* log) {
+OutputFile reopenForAppending(const std::string& path, std::int64_t keptByteCount, std::FILE* log) {
     std::error_code error;
     std::filesystem::resize_file(path, static_cast<std::uintmax_t>(keptByteCount), error);
     OutputFile file = error ? OutputFile{} : openInPlace(path, "a", log);
@@ -83,7 +82,8 @@ std::vector<RowIds> idsOfPlan(const Run& run, const std::vector<PlannedPair>& pa
 KeptRows readKeptRows(const std::string& fileText, ResultFileKind kind) {
     KeptRows kept;
     const std::string_view head = headLineOf(kind);
-    const std::size_t wholeLength = fileText.rfind('\n') == std::string::npos ? 0 : fileText.rfind('\n') + 1;
+    const std::size_t wholeLength =
+        fileText.rfind('\n') == std::string::npos ? 0 : fileText.rfind('\n') + 1;
     const std::string_view whole = std::string_view(fileText).substr(0, wholeLength);
     if (!whole.starts_with(head)) {
         // Nothing but a piece of the head line: the earlier run stopped before its first row.
@@ -109,7 +109,8 @@ std::optional<std::vector<PairFate>> matchKeptRows(const std::vector<RowIds>& pl
                                                    const std::vector<RowIds>& rows) {
     std::vector<PairFate> fates(planned.size(), PairFate::toDo);
     std::size_t rowIndex = 0;
-    for (std::size_t pairIndex = 0; pairIndex < planned.size() && rowIndex < rows.size(); ++pairIndex) {
+    for (std::size_t pairIndex = 0; pairIndex < planned.size() && rowIndex < rows.size();
+         ++pairIndex) {
         if (planned[pairIndex] == rows[rowIndex]) {
             fates[pairIndex] = PairFate::kept;
             ++rowIndex;

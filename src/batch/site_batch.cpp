@@ -33,9 +33,7 @@ void takeTurn(Run& run, SitePass& pass, const PlannedTurn& turn) {
         case PairFate::toDo:
             (void)doSitePair(run, pass.isEvaluation, pass.outputs, pass.file, planned);
             break;
-        case PairFate::kept:
-            ++run.state.pairsDone;
-            break;
+        case PairFate::kept: ++run.state.pairsDone; break;
         case PairFate::failedBefore:
             setSitePairFiles(run, planned);
             logFailedPair(run);
@@ -77,8 +75,8 @@ void runSiteBatch(Run& run, const std::string& path) {
     const std::time_t passStart = wallClockNow();
     SitePass pass;
     pass.isEvaluation = run.state.runMode == 7;
-    const std::vector<PlannedTurn> turns = planPass(
-        run, pass.isEvaluation ? PassKind::siteEvaluation : PassKind::siteRegistration);
+    const std::vector<PlannedTurn> turns =
+        planPass(run, pass.isEvaluation ? PassKind::siteEvaluation : PassKind::siteRegistration);
     PassFile passFile = openPassFile(
         run, path, pass.isEvaluation ? ResultFileKind::siteRms : ResultFileKind::registration,
         pairsOf(turns));

@@ -69,9 +69,9 @@ std::uint8_t takeChoice(ByteReader& reader, std::uint8_t choiceCount) {
 }
 
 void putScan(std::string& bytes, const ScanRecord& scan) {
-    for (const double value : {scan.gpsX, scan.gpsY, scan.gpsZ, scan.rotX, scan.rotY, scan.rotZ,
-                               scan.northDist, scan.southDist, scan.northRotation,
-                               scan.southRotation}) {
+    for (const double value :
+         {scan.gpsX, scan.gpsY, scan.gpsZ, scan.rotX, scan.rotY, scan.rotZ, scan.northDist,
+          scan.southDist, scan.northRotation, scan.southRotation}) {
         put(bytes, value);
     }
     for (const std::int32_t value : {scan.scanId, scan.subId, scan.northScan, scan.southScan,
@@ -83,9 +83,9 @@ void putScan(std::string& bytes, const ScanRecord& scan) {
 
 ScanRecord takeScan(ByteReader& reader) {
     ScanRecord scan;
-    for (double* value : {&scan.gpsX, &scan.gpsY, &scan.gpsZ, &scan.rotX, &scan.rotY, &scan.rotZ,
-                          &scan.northDist, &scan.southDist, &scan.northRotation,
-                          &scan.southRotation}) {
+    for (double* value :
+         {&scan.gpsX, &scan.gpsY, &scan.gpsZ, &scan.rotX, &scan.rotY, &scan.rotZ, &scan.northDist,
+          &scan.southDist, &scan.northRotation, &scan.southRotation}) {
         *value = take<double>(reader);
     }
     for (std::int32_t* value : {&scan.scanId, &scan.subId, &scan.northScan, &scan.southScan,

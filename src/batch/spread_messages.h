@@ -42,13 +42,13 @@ enum class RunEnding : std::uint8_t {
 };
 
 struct PairResult {
-    std::int32_t pairNumber = 0;           // as in the task
-    std::int32_t pairsDone = 0;            // the value the pair was computed with
-    bool isDone = false;                   // prepared and finished; false: logged as unreadable
-    double seconds = 0.0;                  // wall time the pair took
-    RunEnding ending = RunEnding::none;    // set when the pair ended the run
-    std::int32_t exitCode = 0;             // the exit code of that ending
-    std::string captured;                  // its framed text (pair_capture.h)
+    std::int32_t pairNumber = 0;         // as in the task
+    std::int32_t pairsDone = 0;          // the value the pair was computed with
+    bool isDone = false;                 // prepared and finished; false: logged as unreadable
+    double seconds = 0.0;                // wall time the pair took
+    RunEnding ending = RunEnding::none;  // set when the pair ended the run
+    std::int32_t exitCode = 0;           // the exit code of that ending
+    std::string captured;                // its framed text (pair_capture.h)
 };
 
 std::string encodeJobSetup(const JobSetup& setup);

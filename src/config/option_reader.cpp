@@ -16,7 +16,7 @@ namespace {
 using OptionField = std::variant<double RunOptions::*, std::int32_t RunOptions::*>;
 
 struct OptionKey {
-    const char* key;     // as matched, with its one trailing blank
+    const char* key;  // as matched, with its one trailing blank
     OptionField field;
 };
 
@@ -125,7 +125,8 @@ std::vector<OptionSetting> optionSettings(const RunOptions& options) {
         if (const auto* real = std::get_if<double RunOptions::*>(&entry.field)) {
             std::snprintf(value, sizeof value, "%.10g", options.*(*real));
         } else {
-            std::snprintf(value, sizeof value, "%i", options.*std::get<std::int32_t RunOptions::*>(entry.field));
+            std::snprintf(value, sizeof value, "%i",
+                          options.*std::get<std::int32_t RunOptions::*>(entry.field));
         }
         setting.value = value;
         settings.push_back(setting);

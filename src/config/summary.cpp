@@ -17,7 +17,8 @@ void printDataProperties(const Run& run) {
     } else {
         std::printf("   Assumed filename extension for rms check: .txt (ORIGINAL)\n");
     }
-    std::printf("   %f < distance between scans for comparison < %f \n", o.GPSMINDIST, o.GPSMAXDIST);
+    std::printf("   %f < distance between scans for comparison < %f \n", o.GPSMINDIST,
+                o.GPSMAXDIST);
     if (o.DATADIR == 0) {
         std::printf("   Data is principally in a North South Orientation \n");
     } else {
@@ -46,9 +47,13 @@ void printProgramOptions(const RunOptions& o) {
     std::printf("   Minimum number of points to use for RMS calculation: %i \n", o.MINNUMPTS);
     std::printf("   Max distance between point clouds for comparison:  %lf \n", o.MAXDISTINITIAL);
     switch (errorMetricOf(o)) {
-    case ErrorMetric::pointToPoint: std::printf("   Error metric regmode:  Point to Point \n"); break;
-    case ErrorMetric::pointToPlane: std::printf("   Error metric regmode:  Point to Plane \n"); break;
-    case ErrorMetric::unnamed:      break;
+    case ErrorMetric::pointToPoint:
+        std::printf("   Error metric regmode:  Point to Point \n");
+        break;
+    case ErrorMetric::pointToPlane:
+        std::printf("   Error metric regmode:  Point to Plane \n");
+        break;
+    case ErrorMetric::unnamed: break;
     }
     std::printf("   Point pairs will be updated \n");
     switch (solverChoiceOf(o)) {

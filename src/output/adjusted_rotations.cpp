@@ -18,22 +18,23 @@ constexpr int pairRefused = 2;   // a rotation beyond a half turn, or an unusabl
 
 void reportPair(const AdjustedPair& pair) {
     switch (pair.status) {
-    case PairStatus::accepted:
-        break;
+    case PairStatus::accepted: break;
     case PairStatus::refused:
-        std::printf("Pair %i-%i refused: a rotation beyond 180 degrees or an unusable RMS \n", pair.firstId,
-                    pair.secondId);
+        std::printf("Pair %i-%i refused: a rotation beyond 180 degrees or an unusable RMS \n",
+                    pair.firstId, pair.secondId);
         break;
     case PairStatus::relativeRejected:
-        std::printf("Pair %i-%i rejected: its relative heading misses the adjustment by %f degrees \n",
-                    pair.firstId, pair.secondId, pair.missDeg);
+        std::printf(
+            "Pair %i-%i rejected: its relative heading misses the adjustment by %f degrees \n",
+            pair.firstId, pair.secondId, pair.missDeg);
         break;
     case PairStatus::firstRotationRejected:
     case PairStatus::secondRotationRejected: {
         const std::int32_t scanId =
             pair.status == PairStatus::firstRotationRejected ? pair.firstId : pair.secondId;
-        std::printf("Pair %i-%i rejected: its rotation of scan %i misses the adjustment by %f degrees \n",
-                    pair.firstId, pair.secondId, scanId, pair.missDeg);
+        std::printf(
+            "Pair %i-%i rejected: its rotation of scan %i misses the adjustment by %f degrees \n",
+            pair.firstId, pair.secondId, scanId, pair.missDeg);
         break;
     }
     }
@@ -42,10 +43,13 @@ void reportPair(const AdjustedPair& pair) {
 void reportAdjustment(const HeadingAdjustment& adjustment) {
     // Both counts fit: the scans are the 32-bit scan table's, the pairs at most half the
     // 32-bit entry count of the registration file.
-    std::printf("Adjusting rotations over %i pairs of %i scans \n", static_cast<int>(adjustment.pairs.size()),
+    std::printf("Adjusting rotations over %i pairs of %i scans \n",
+                static_cast<int>(adjustment.pairs.size()),
                 static_cast<int>(adjustment.scans.size()));
     if (!adjustment.isSolved) {
-        std::printf("The rotations could not be adjusted, so every scan keeps the mean of its rotations \n");
+        std::printf(
+            "The rotations could not be adjusted, so every scan keeps the mean of its rotations "
+            "\n");
     }
     for (const AdjustedPair& pair : adjustment.pairs) reportPair(pair);
     for (const AdjustedScan& scan : adjustment.scans) {
@@ -62,7 +66,8 @@ void writeAdjustmentFile(const Run& run, const std::string& text) {
     if (!output.file) {
         endRunOnUncreatableFile(path);
     }
-    requireWritten(std::fwrite(text.data(), 1, text.size(), output.file.get()) == text.size(), output);
+    requireWritten(std::fwrite(text.data(), 1, text.size(), output.file.get()) == text.size(),
+                   output);
     commitWholeFile(output);
 }
 
@@ -89,7 +94,8 @@ std::string adjustmentFileText(const HeadingAdjustment& adjustment) {
     return text;
 }
 
-std::vector<ScanRotation> adjustScanRotations(const Run& run, std::span<const RegistrationPair> pairs) {
+std::vector<ScanRotation> adjustScanRotations(const Run& run,
+                                              std::span<const RegistrationPair> pairs) {
     std::vector<std::int32_t> scanIds;
     for (const ScanRecord& scan : run.state.scans) scanIds.push_back(scan.scanId);
     const HeadingAdjustment adjustment = adjustHeadings(scanIds, pairs);
@@ -97,11 +103,13 @@ std::vector<ScanRotation> adjustScanRotations(const Run& run, std::span<const Re
     writeAdjustmentFile(run, adjustmentFileText(adjustment));
     std::printf("Adjusted rotations written to %s \n", run.state.adjPath.c_str());
     std::vector<ScanRotation> rotations;
-    for (const AdjustedScan& scan : adjustment.scans) rotations.push_back({scan.scanId, scan.rotationDeg});
+    for (const AdjustedScan& scan : adjustment.scans)
+        rotations.push_back({scan.scanId, scan.rotationDeg});
     return rotations;
 }
 
-double adjustedRotation(std::span<const ScanRotation> rotations, std::int32_t scanId, double meanDeg) {
+double adjustedRotation(std::span<const ScanRotation> rotations, std::int32_t scanId,
+                        double meanDeg) {
     for (const ScanRotation& rotation : rotations) {
         if (rotation.scanId == scanId) return rotation.rotationDeg;
     }

@@ -15,12 +15,14 @@ namespace sorvek {
 // Adjusts the rotations of the scans of the run over `pairs`, prints the pairs it set aside
 // and the scans no accepted pair reaches, and writes the adjustment file whole. The run
 // ends with exit code 1 when that file cannot be created or written.
-std::vector<ScanRotation> adjustScanRotations(const Run& run, std::span<const RegistrationPair> pairs);
+std::vector<ScanRotation> adjustScanRotations(const Run& run,
+                                              std::span<const RegistrationPair> pairs);
 
 // The adjustment file's text: the scans' head line and rows, then the pairs'.
 std::string adjustmentFileText(const HeadingAdjustment& adjustment);
 
 // The adjusted rotation of `scanId`, or `meanDeg` when the list does not hold it.
-double adjustedRotation(std::span<const ScanRotation> rotations, std::int32_t scanId, double meanDeg);
+double adjustedRotation(std::span<const ScanRotation> rotations, std::int32_t scanId,
+                        double meanDeg);
 
 }  // namespace sorvek

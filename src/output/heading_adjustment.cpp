@@ -17,25 +17,25 @@
 namespace sorvek {
 namespace {
 
-constexpr double absoluteShare = 0.25;       // weight of a pair's own rotations, share of p
-constexpr double rejectionLimit = 3.5;       // robust scales a standardized residual may reach
-constexpr double madToSigma = 1.4826;        // median absolute deviation of normal errors to sigma
-constexpr double leastRedundancy = 0.1;      // share of a residual the other pairs must check
-constexpr std::size_t leastTested = 3;       // fewer tested residuals give a group no scale
-constexpr double leastScale = 1e-5;          // degrees at weight 1: ten times the file's last decimal
-constexpr double leastRms = 1e-4;            // survey units: a perfect fit gets no endless weight
-constexpr double greatestRms = 1000.0;       // survey units: beyond it a row is refused
+constexpr double absoluteShare = 0.25;   // weight of a pair's own rotations, share of p
+constexpr double rejectionLimit = 3.5;   // robust scales a standardized residual may reach
+constexpr double madToSigma = 1.4826;    // median absolute deviation of normal errors to sigma
+constexpr double leastRedundancy = 0.1;  // share of a residual the other pairs must check
+constexpr std::size_t leastTested = 3;   // fewer tested residuals give a group no scale
+constexpr double leastScale = 1e-5;      // degrees at weight 1: ten times the file's last decimal
+constexpr double leastRms = 1e-4;        // survey units: a perfect fit gets no endless weight
+constexpr double greatestRms = 1000.0;   // survey units: beyond it a row is refused
 constexpr double greatestRotationDeg = 180.0;
 constexpr std::size_t notReached = std::numeric_limits<std::size_t>::max();
 
 // One row that carries an observation, with its scans as indices into the distinct ids.
 struct PairTerm {
-    std::size_t first = 0;     // distinct scan of the row's first id
-    std::size_t second = 0;    // distinct scan of the row's second id
-    double firstDeg = 0.0;     // the row's rotations
+    std::size_t first = 0;   // distinct scan of the row's first id
+    std::size_t second = 0;  // distinct scan of the row's second id
+    double firstDeg = 0.0;   // the row's rotations
     double secondDeg = 0.0;
-    double weight = 0.0;       // p, scaled to a mean of 1 over the rows not refused; 0 if refused
-    bool isActive = true;      // neither refused nor rejected
+    double weight = 0.0;   // p, scaled to a mean of 1 over the rows not refused; 0 if refused
+    bool isActive = true;  // neither refused nor rejected
 };
 
 // The solution with the pairs still active: one unknown per reached scan.
@@ -47,8 +47,8 @@ struct NetworkSolution {
 };
 
 struct DistinctScans {
-    std::vector<std::int32_t> ids;                  // first occurrence in table order
-    std::map<std::int32_t, std::size_t> indexOf;    // id to its place in ids
+    std::vector<std::int32_t> ids;                // first occurrence in table order
+    std::map<std::int32_t, std::size_t> indexOf;  // id to its place in ids
 };
 
 DistinctScans distinctScans(std::span<const std::int32_t> scanIds) {
@@ -70,7 +70,8 @@ bool isRefused(const RegistrationPair& row) {
 }
 
 // The rows that carry an observation, refused ones inactive, weights scaled to mean 1.
-std::vector<PairTerm> collectTerms(const DistinctScans& scans, std::span<const RegistrationPair> rows,
+std::vector<PairTerm> collectTerms(const DistinctScans& scans,
+                                   std::span<const RegistrationPair> rows,
                                    std::vector<AdjustedPair>& pairs) {
     std::vector<PairTerm> terms;
     double weightSum = 0.0;
@@ -95,13 +96,15 @@ std::vector<PairTerm> collectTerms(const DistinctScans& scans, std::span<const R
         terms.push_back(term);
         pairs.push_back(pair);
     }
-    const double meanWeight = weighedCount == 0 ? 1.0 : weightSum / static_cast<double>(weighedCount);
+    const double meanWeight =
+        weighedCount == 0 ? 1.0 : weightSum / static_cast<double>(weighedCount);
     for (PairTerm& term : terms) term.weight = term.weight / meanWeight;
     return terms;
 }
 
 // Numbers every reached scan, in the order of the distinct ids.
-std::size_t numberReachedScans(std::span<const PairTerm> terms, std::vector<std::size_t>& unknownOf) {
+std::size_t numberReachedScans(std::span<const PairTerm> terms,
+                               std::vector<std::size_t>& unknownOf) {
     for (const PairTerm& term : terms) {
         if (!term.isActive) continue;
         unknownOf[term.first] = 0;
@@ -172,8 +175,10 @@ TermTest testTerm(const NetworkSolution& solution, const PairTerm& term) {
     const double differenceCofactor = (entry(q, a, a) + entry(q, b, b)) - (2.0 * entry(q, a, b));
     TermTest test;
     test.relative = standardized(relativeResidual(solution, term), term.weight, differenceCofactor);
-    test.firstOwn = standardized(solution.rotationDeg[a] - term.firstDeg, ownWeight, entry(q, a, a));
-    test.secondOwn = standardized(solution.rotationDeg[b] - term.secondDeg, ownWeight, entry(q, b, b));
+    test.firstOwn =
+        standardized(solution.rotationDeg[a] - term.firstDeg, ownWeight, entry(q, a, a));
+    test.secondOwn =
+        standardized(solution.rotationDeg[b] - term.secondDeg, ownWeight, entry(q, b, b));
     return test;
 }
 
@@ -199,7 +204,7 @@ double scalesOut(double standardizedResidual, double scale) {
 struct Rejection {
     std::size_t term = notReached;  // none when every observation lies within the limit
     PairStatus status = PairStatus::accepted;
-    double missDeg = 0.0;           // its residual
+    double missDeg = 0.0;  // its residual
 };
 
 // Considers one term's three observations against the worst found so far.
@@ -213,7 +218,8 @@ void considerTerm(const NetworkSolution& solution, const PairTerm& term, std::si
         {index, PairStatus::firstRotationRejected, solution.rotationDeg[a] - term.firstDeg},
         {index, PairStatus::secondRotationRejected, solution.rotationDeg[b] - term.secondDeg},
     };
-    const double scales[] = {scalesOut(test.relative, relativeScale), scalesOut(test.firstOwn, ownScale),
+    const double scales[] = {scalesOut(test.relative, relativeScale),
+                             scalesOut(test.firstOwn, ownScale),
                              scalesOut(test.secondOwn, ownScale)};
     for (std::size_t k = 0; k < 3; ++k) {
         if (scales[k] > worstScales) {
@@ -237,7 +243,8 @@ Rejection worstObservation(const NetworkSolution& solution, std::span<const Pair
         for (const double own : {tests[index].firstOwn, tests[index].secondOwn}) {
             if (!std::isnan(own)) ownMagnitudes.push_back(std::fabs(own));
         }
-        if (!std::isnan(tests[index].relative)) relativeMagnitudes.push_back(std::fabs(tests[index].relative));
+        if (!std::isnan(tests[index].relative))
+            relativeMagnitudes.push_back(std::fabs(tests[index].relative));
     }
     const double relativeScale = robustScale(std::move(relativeMagnitudes));
     const double ownScale = robustScale(std::move(ownMagnitudes));
@@ -245,7 +252,8 @@ Rejection worstObservation(const NetworkSolution& solution, std::span<const Pair
     double worstScales = rejectionLimit;
     for (std::size_t index = 0; index < terms.size(); ++index) {
         if (!terms[index].isActive) continue;
-        considerTerm(solution, terms[index], index, tests[index], relativeScale, ownScale, worstScales, worst);
+        considerTerm(solution, terms[index], index, tests[index], relativeScale, ownScale,
+                     worstScales, worst);
     }
     return worst;
 }
@@ -259,9 +267,11 @@ double sigmaZero(const NetworkSolution& solution, std::span<const PairTerm> term
         if (!term.isActive) continue;
         const double relative = relativeResidual(solution, term);
         const double first = solution.rotationDeg[solution.unknownOf[term.first]] - term.firstDeg;
-        const double second = solution.rotationDeg[solution.unknownOf[term.second]] - term.secondDeg;
+        const double second =
+            solution.rotationDeg[solution.unknownOf[term.second]] - term.secondDeg;
         const double q = term.weight * absoluteShare;
-        squareSum += ((term.weight * relative) * relative) + ((q * first) * first) + ((q * second) * second);
+        squareSum +=
+            ((term.weight * relative) * relative) + ((q * first) * first) + ((q * second) * second);
         observationCount += 3;
     }
     if (observationCount <= unknownCount) return 0.0;
@@ -270,8 +280,9 @@ double sigmaZero(const NetworkSolution& solution, std::span<const PairTerm> term
 
 // Rotations, deviations and counts of every scan of the table; the plain mean where no
 // accepted pair reaches the scan.
-void fillScans(const NetworkSolution& solution, const DistinctScans& scans, std::span<const PairTerm> terms,
-               std::span<const RotationEntry> entries, HeadingAdjustment& result) {
+void fillScans(const NetworkSolution& solution, const DistinctScans& scans,
+               std::span<const PairTerm> terms, std::span<const RotationEntry> entries,
+               HeadingAdjustment& result) {
     for (AdjustedScan& scan : result.scans) {
         const std::size_t distinct = scans.indexOf.at(scan.scanId);
         const std::size_t unknown = solution.isSolved ? solution.unknownOf[distinct] : notReached;
@@ -281,15 +292,18 @@ void fillScans(const NetworkSolution& solution, const DistinctScans& scans, std:
         if (!scan.isReached) continue;
         scan.sigmaDeg = result.sigmaZeroDeg * std::sqrt(entry(solution.cofactor, unknown, unknown));
         for (const PairTerm& term : terms) {
-            if (term.isActive && (term.first == distinct || term.second == distinct)) ++scan.pairsUsed;
+            if (term.isActive && (term.first == distinct || term.second == distinct))
+                ++scan.pairsUsed;
         }
     }
 }
 
 // Each pair's residual against the rotations the scans are given, rejected ones included.
-void fillPairResiduals(const DistinctScans& scans, std::span<const PairTerm> terms, HeadingAdjustment& result) {
+void fillPairResiduals(const DistinctScans& scans, std::span<const PairTerm> terms,
+                       HeadingAdjustment& result) {
     std::vector<double> appliedDeg(scans.ids.size(), 0.0);
-    for (const AdjustedScan& scan : result.scans) appliedDeg[scans.indexOf.at(scan.scanId)] = scan.rotationDeg;
+    for (const AdjustedScan& scan : result.scans)
+        appliedDeg[scans.indexOf.at(scan.scanId)] = scan.rotationDeg;
     for (std::size_t index = 0; index < terms.size(); ++index) {
         const PairTerm& term = terms[index];
         result.pairs[index].residualDeg =
@@ -321,7 +335,8 @@ HeadingAdjustment adjustHeadings(std::span<const std::int32_t> scanIds,
         solution = solveNetwork(terms, scans.ids.size());
     }
     result.isSolved = solution.isSolved;
-    if (solution.isSolved) result.sigmaZeroDeg = sigmaZero(solution, terms, solution.rotationDeg.size());
+    if (solution.isSolved)
+        result.sigmaZeroDeg = sigmaZero(solution, terms, solution.rotationDeg.size());
     for (const std::int32_t id : scanIds) result.scans.push_back(AdjustedScan{id});
     const std::vector<RotationEntry> entries = rotationEntriesOf(rows);
     fillScans(solution, scans, terms, entries, result);

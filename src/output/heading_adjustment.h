@@ -13,12 +13,12 @@ namespace sorvek {
 
 // One scan of the table after the adjustment.
 struct AdjustedScan {
-    std::int32_t scanId = 0;       // as in the scan table
-    double rotationDeg = 0.0;      // adjusted; the plain mean when no accepted pair reaches it
-    double sigmaDeg = 0.0;         // standard deviation of the adjusted rotation; 0 if not reached
-    double meanDeg = 0.0;          // plain mean of its entries, as the stage would apply it
-    std::int32_t pairsUsed = 0;    // accepted pairs that reach it
-    bool isReached = false;        // some accepted pair reaches it
+    std::int32_t scanId = 0;     // as in the scan table
+    double rotationDeg = 0.0;    // adjusted; the plain mean when no accepted pair reaches it
+    double sigmaDeg = 0.0;       // standard deviation of the adjusted rotation; 0 if not reached
+    double meanDeg = 0.0;        // plain mean of its entries, as the stage would apply it
+    std::int32_t pairsUsed = 0;  // accepted pairs that reach it
+    bool isReached = false;      // some accepted pair reaches it
 };
 
 // What became of a pair: used, refused for its numbers, or set aside by the robust loop
@@ -33,13 +33,13 @@ enum class PairStatus {
 
 // One row of the file that carries an observation, in file order.
 struct AdjustedPair {
-    std::int32_t firstId = 0;      // scan ids as the row gives them
+    std::int32_t firstId = 0;  // scan ids as the row gives them
     std::int32_t secondId = 0;
-    double relativeDeg = 0.0;      // first rotation minus second rotation, as observed
-    double residualDeg = 0.0;      // applied first minus applied second, minus the observation
-    double weight = 0.0;           // of the relative heading; 1 is the mean over the job's pairs
+    double relativeDeg = 0.0;  // first rotation minus second rotation, as observed
+    double residualDeg = 0.0;  // applied first minus applied second, minus the observation
+    double weight = 0.0;       // of the relative heading; 1 is the mean over the job's pairs
     PairStatus status = PairStatus::accepted;
-    double missDeg = 0.0;          // residual of the observation that stood out, when rejected
+    double missDeg = 0.0;  // residual of the observation that stood out, when rejected
 };
 
 struct HeadingAdjustment {

@@ -17,8 +17,8 @@ void writeTransformMatrices(Run& run) {
                 countAsInt32(run.state.scans.size()));
     for (const ScanRecord& scan : run.state.scans) {
         const std::string path = matrixFileName(scan.fileName);
-        const ScanMatrix matrix = composeScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0,
-                                                    scan.gpsX, scan.gpsY, scan.gpsZ);
+        const ScanMatrix matrix = composeScanMatrix(scan.rotX, scan.rotY, scan.rotZ, 1.0, scan.gpsX,
+                                                    scan.gpsY, scan.gpsZ);
         OutputFile file = createWholeFile(path, run.state.logFile.get());
         if (!file.file) {
             std::printf("Unable to create %s \n", path.c_str());

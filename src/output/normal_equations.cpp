@@ -50,7 +50,8 @@ SquareMatrix invertCholesky(const SquareMatrix& factor) {
         entry(inverseFactor, j, j) = 1.0 / entry(factor, j, j);
         for (std::size_t i = j + 1; i < n; ++i) {
             double sum = 0.0;
-            for (std::size_t k = j; k < i; ++k) sum += entry(factor, i, k) * entry(inverseFactor, j, k);
+            for (std::size_t k = j; k < i; ++k)
+                sum += entry(factor, i, k) * entry(inverseFactor, j, k);
             entry(inverseFactor, j, i) = -sum / entry(factor, i, i);
         }
     }
@@ -58,7 +59,8 @@ SquareMatrix invertCholesky(const SquareMatrix& factor) {
     for (std::size_t i = 0; i < n; ++i) {
         for (std::size_t j = i; j < n; ++j) {
             double sum = 0.0;
-            for (std::size_t k = j; k < n; ++k) sum += entry(inverseFactor, i, k) * entry(inverseFactor, j, k);
+            for (std::size_t k = j; k < n; ++k)
+                sum += entry(inverseFactor, i, k) * entry(inverseFactor, j, k);
             entry(inverse, i, j) = sum;
             entry(inverse, j, i) = sum;  // exactly symmetric, whichever way a pair names its scans
         }

@@ -13,7 +13,9 @@ struct SquareMatrix {
     std::vector<double> values;  // row-major, size * size
 };
 
-inline SquareMatrix zeroMatrix(std::size_t size) { return {size, std::vector<double>(size * size, 0.0)}; }
+inline SquareMatrix zeroMatrix(std::size_t size) {
+    return {size, std::vector<double>(size * size, 0.0)};
+}
 
 inline double& entry(SquareMatrix& matrix, std::size_t row, std::size_t column) {
     return matrix.values[(row * matrix.size) + column];

@@ -22,20 +22,24 @@ struct PixelHeights {
 };
 
 PixelHeights collectHeights(std::span<const PointRecord> points, const PlanWindow& window) {
-    const auto pixelCount = static_cast<std::size_t>(window.width) * static_cast<std::size_t>(window.height);
+    const auto pixelCount =
+        static_cast<std::size_t>(window.width) * static_cast<std::size_t>(window.height);
     PixelHeights heights{std::vector<std::uint32_t>(pixelCount, 0),
                          std::vector<float>(pixelCount, std::numeric_limits<float>::max()),
                          std::vector<float>(pixelCount, std::numeric_limits<float>::lowest())};
     for (const PointRecord& point : points) {
         const auto column = pixelIndexOf(point.x - window.minX, window.unitsPerPixel, window.width);
-        const auto rowFromSouth = pixelIndexOf(point.y - window.minY, window.unitsPerPixel, window.height);
+        const auto rowFromSouth =
+            pixelIndexOf(point.y - window.minY, window.unitsPerPixel, window.height);
         if (!column || !rowFromSouth || !std::isfinite(point.z)) continue;
         const auto row = static_cast<std::size_t>(window.height - 1 - *rowFromSouth);
-        const std::size_t at = (row * static_cast<std::size_t>(window.width)) + static_cast<std::size_t>(*column);
+        const std::size_t at =
+            (row * static_cast<std::size_t>(window.width)) + static_cast<std::size_t>(*column);
         // Heights go to 32 bits only to halve the memory of the picture; a tenth of a
         // millimetre of rounding cannot change a pixel's brightness.
         const auto z = static_cast<float>(point.z);
-        heights.count[at] += heights.count[at] < std::numeric_limits<std::uint32_t>::max() ? 1U : 0U;
+        heights.count[at] +=
+            heights.count[at] < std::numeric_limits<std::uint32_t>::max() ? 1U : 0U;
         heights.lowest[at] = std::min(heights.lowest[at], z);
         heights.highest[at] = std::max(heights.highest[at], z);
     }
@@ -45,7 +49,8 @@ PixelHeights collectHeights(std::span<const PointRecord> points, const PlanWindo
 // 0 for an empty pixel, groundShare for flat ground, up to 1 for a wall.
 double brightnessAt(const PixelHeights& heights, std::size_t at) {
     if (heights.count[at] == 0) return 0.0;
-    const double range = static_cast<double>(heights.highest[at]) - static_cast<double>(heights.lowest[at]);
+    const double range =
+        static_cast<double>(heights.highest[at]) - static_cast<double>(heights.lowest[at]);
     return groundShare + ((1.0 - groundShare) * std::min(1.0, range / structureHeight));
 }
 
@@ -66,8 +71,10 @@ PlanWindow planWindowOver(const CloudBounds& box, std::int32_t longSide) {
     window.minX = box.minX;
     window.minY = box.minY;
     window.unitsPerPixel = std::max(spanX, spanY) / static_cast<double>(longSide);
-    window.width = std::clamp(static_cast<std::int32_t>(std::ceil(spanX / window.unitsPerPixel)), 1, longSide);
-    window.height = std::clamp(static_cast<std::int32_t>(std::ceil(spanY / window.unitsPerPixel)), 1, longSide);
+    window.width =
+        std::clamp(static_cast<std::int32_t>(std::ceil(spanX / window.unitsPerPixel)), 1, longSide);
+    window.height =
+        std::clamp(static_cast<std::int32_t>(std::ceil(spanY / window.unitsPerPixel)), 1, longSide);
     return window;
 }
 

@@ -13,11 +13,11 @@ namespace sorvek {
 
 // A window over survey x and y, and the size of its picture.
 struct PlanWindow {
-    double minX = 0.0;             // west edge, survey units
-    double minY = 0.0;             // south edge, survey units
-    double unitsPerPixel = 1.0;    // survey units a pixel covers, along both axes
-    std::int32_t width = 0;        // pixels; 0 when there is nothing to show
-    std::int32_t height = 0;       // pixels
+    double minX = 0.0;           // west edge, survey units
+    double minY = 0.0;           // south edge, survey units
+    double unitsPerPixel = 1.0;  // survey units a pixel covers, along both axes
+    std::int32_t width = 0;      // pixels; 0 when there is nothing to show
+    std::int32_t height = 0;     // pixels
 };
 
 // 8-bit RGB, three bytes a pixel, the top row (north) first.

@@ -28,7 +28,8 @@ std::string headerChunkData(const RgbImage& image) {
     std::string data;
     appendBigEndian(data, static_cast<std::uint32_t>(image.width));
     appendBigEndian(data, static_cast<std::uint32_t>(image.height));
-    data += std::string{'\x08', '\x02', '\x00', '\x00', '\x00'};  // 8 bits, RGB, deflate, no filter choice, no interlace
+    data += std::string{'\x08', '\x02', '\x00', '\x00',
+                        '\x00'};  // 8 bits, RGB, deflate, no filter choice, no interlace
     return data;
 }
 
@@ -48,17 +49,20 @@ std::vector<Bytef> filteredRows(const RgbImage& image) {
 }  // namespace
 
 std::string encodePng(const RgbImage& image) {
-    const auto expectedBytes = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * 3;
+    const auto expectedBytes =
+        static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * 3;
     if (image.width < 1 || image.height < 1 || image.pixels.size() != expectedBytes) return {};
     const std::vector<Bytef> rows = filteredRows(image);
     uLongf packedSize = compressBound(static_cast<uLong>(rows.size()));
     std::vector<Bytef> packed(packedSize);
-    if (compress2(packed.data(), &packedSize, rows.data(), static_cast<uLong>(rows.size()), Z_DEFAULT_COMPRESSION) != Z_OK) {
+    if (compress2(packed.data(), &packedSize, rows.data(), static_cast<uLong>(rows.size()),
+                  Z_DEFAULT_COMPRESSION) != Z_OK) {
         return {};
     }
     std::string png = "\x89PNG\r\n\x1a\n";
     appendChunk(png, "IHDR", headerChunkData(image));
-    appendChunk(png, "IDAT", std::string_view(reinterpret_cast<const char*>(packed.data()), packedSize));
+    appendChunk(png, "IDAT",
+                std::string_view(reinterpret_cast<const char*>(packed.data()), packedSize));
     appendChunk(png, "IEND", {});
     return png;
 }

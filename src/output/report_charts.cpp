@@ -12,14 +12,14 @@
 namespace sorvek {
 namespace {
 
-constexpr double margin = 36.0;          // pixels around the plan
-constexpr double planWidth = 760.0;      // pixels the plan may take, at most
+constexpr double margin = 36.0;      // pixels around the plan
+constexpr double planWidth = 760.0;  // pixels the plan may take, at most
 constexpr double planHeight = 520.0;
-constexpr double leastPlanWidth = 700.0; // pixels: room for the legend below a narrow plan
-constexpr double legendHeight = 64.0;    // pixels below the plan
-constexpr double chartWidth = 820.0;     // pixels of the bar charts
-constexpr double labelWidth = 90.0;      // pixels of a bar chart's row labels
-constexpr double valueWidth = 120.0;     // pixels right of the bars for their values
+constexpr double leastPlanWidth = 700.0;  // pixels: room for the legend below a narrow plan
+constexpr double legendHeight = 64.0;     // pixels below the plan
+constexpr double chartWidth = 820.0;      // pixels of the bar charts
+constexpr double labelWidth = 90.0;       // pixels of a bar chart's row labels
+constexpr double valueWidth = 120.0;      // pixels right of the bars for their values
 
 struct Rgb {
     double red = 0.0;
@@ -38,7 +38,8 @@ std::string hexColour(const Rgb& colour) {
 }
 
 Rgb blend(const Rgb& from, const Rgb& to, double share) {
-    return {from.red + ((to.red - from.red) * share), from.green + ((to.green - from.green) * share),
+    return {from.red + ((to.red - from.red) * share),
+            from.green + ((to.green - from.green) * share),
             from.blue + ((to.blue - from.blue) * share)};
 }
 
@@ -55,12 +56,12 @@ double niceCeiling(double value) {
 // --- the plan ---
 
 struct PlanFrame {
-    double minX = 0.0;     // survey x at the left edge of the plan area
-    double maxY = 0.0;     // survey y at its top edge
-    double scale = 1.0;    // pixels per survey unit
-    double left = 0.0;     // pixels from the drawing's left edge to the plan area's
-    double width = 0.0;    // pixels of the whole drawing
-    double height = 0.0;   // pixels of the plan, legend excluded
+    double minX = 0.0;    // survey x at the left edge of the plan area
+    double maxY = 0.0;    // survey y at its top edge
+    double scale = 1.0;   // pixels per survey unit
+    double left = 0.0;    // pixels from the drawing's left edge to the plan area's
+    double width = 0.0;   // pixels of the whole drawing
+    double height = 0.0;  // pixels of the plan, legend excluded
 };
 
 // Grows [low, high] about its middle to at least `least`.
@@ -101,8 +102,12 @@ PlanFrame planFrameOf(std::span<const ReportScan> scans) {
     return frame;
 }
 
-double screenX(const PlanFrame& frame, double x) { return frame.left + ((x - frame.minX) * frame.scale); }
-double screenY(const PlanFrame& frame, double y) { return margin + ((frame.maxY - y) * frame.scale); }
+double screenX(const PlanFrame& frame, double x) {
+    return frame.left + ((x - frame.minX) * frame.scale);
+}
+double screenY(const PlanFrame& frame, double y) {
+    return margin + ((frame.maxY - y) * frame.scale);
+}
 
 std::string pairLabel(const ReportContent& content, const ReportPair& pair) {
     return formatted("%i-%i", content.scans[static_cast<std::size_t>(pair.firstIndex)].scanId,
@@ -139,18 +144,21 @@ std::string pairLine(const ReportContent& content, const PlanFrame& frame,
     if (view.isMissingRow || isUnusableRms(afterRms)) {
         const double midX = (x1 + x2) * 0.5;
         const double midY = (y1 + y2) * 0.5;
-        return formatted("<g class=\"pair failed\"><title>%s</title><line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" "
-                         "y2=\"%.1f\" stroke=\"#888888\" stroke-width=\"3\" stroke-dasharray=\"7 5\"/>"
-                         "<path d=\"M%.1f %.1fl10 10m0 -10l-10 10\" stroke=\"#c00000\" stroke-width=\"3\"/></g>\n",
-                         htmlEscaped(title).c_str(), x1, y1, x2, y2, midX - 5.0, midY - 5.0);
+        return formatted(
+            "<g class=\"pair failed\"><title>%s</title><line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" "
+            "y2=\"%.1f\" stroke=\"#888888\" stroke-width=\"3\" stroke-dasharray=\"7 5\"/>"
+            "<path d=\"M%.1f %.1fl10 10m0 -10l-10 10\" stroke=\"#c00000\" "
+            "stroke-width=\"3\"/></g>\n",
+            htmlEscaped(title).c_str(), x1, y1, x2, y2, midX - 5.0, midY - 5.0);
     }
     const Offset label = labelOffset(x2 - x1, y2 - y1);
-    return formatted("<g class=\"pair\"><title>%s</title><line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" "
-                     "y2=\"%.1f\" stroke=\"%s\" stroke-width=\"6\" stroke-linecap=\"round\"/>"
-                     "<text x=\"%.1f\" y=\"%.1f\" class=\"rms\">%.4f</text></g>\n",
-                     htmlEscaped(title).c_str(), x1, y1, x2, y2,
-                     rmsColour(afterRms, rmsScaleTop(content.options)).c_str(),
-                     ((x1 + x2) * 0.5) + label.x, ((y1 + y2) * 0.5) + label.y, afterRms);
+    return formatted(
+        "<g class=\"pair\"><title>%s</title><line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" "
+        "y2=\"%.1f\" stroke=\"%s\" stroke-width=\"6\" stroke-linecap=\"round\"/>"
+        "<text x=\"%.1f\" y=\"%.1f\" class=\"rms\">%.4f</text></g>\n",
+        htmlEscaped(title).c_str(), x1, y1, x2, y2,
+        rmsColour(afterRms, rmsScaleTop(content.options)).c_str(), ((x1 + x2) * 0.5) + label.x,
+        ((y1 + y2) * 0.5) + label.y, afterRms);
 }
 
 // The arrow points along the scanner's own x axis, turned by the database heading; the
@@ -162,12 +170,13 @@ std::string scanMark(const PlanFrame& frame, const ReportScan& scan) {
     const double labelDistance = 14.0;
     const double tipX = x + (arrowLength * std::cos(scan.headingRad));
     const double tipY = y - (arrowLength * std::sin(scan.headingRad));
-    return formatted("<g class=\"scan\"><title>scan %i</title><line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" "
-                     "y2=\"%.1f\" stroke=\"#1f3a93\" stroke-width=\"2\" marker-end=\"url(#heading)\"/>"
-                     "<circle cx=\"%.1f\" cy=\"%.1f\" r=\"5\" fill=\"#111111\"/>"
-                     "<text x=\"%.1f\" y=\"%.1f\" class=\"id\">%i</text></g>\n",
-                     scan.scanId, x, y, tipX, tipY, x, y, x - (labelDistance * std::cos(scan.headingRad)),
-                     y + (labelDistance * std::sin(scan.headingRad)) + 4.0, scan.scanId);
+    return formatted(
+        "<g class=\"scan\"><title>scan %i</title><line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" "
+        "y2=\"%.1f\" stroke=\"#1f3a93\" stroke-width=\"2\" marker-end=\"url(#heading)\"/>"
+        "<circle cx=\"%.1f\" cy=\"%.1f\" r=\"5\" fill=\"#111111\"/>"
+        "<text x=\"%.1f\" y=\"%.1f\" class=\"id\">%i</text></g>\n",
+        scan.scanId, x, y, tipX, tipY, x, y, x - (labelDistance * std::cos(scan.headingRad)),
+        y + (labelDistance * std::sin(scan.headingRad)) + 4.0, scan.scanId);
 }
 
 // A bar of a round length near 120 pixels, with its length in survey units, at the top
@@ -177,9 +186,10 @@ std::string scaleBar(const PlanFrame& frame) {
     const double pixels = length * frame.scale;
     const double x = margin;
     const double top = 8.0;
-    return formatted("<path d=\"M%.1f %.1fv6h%.1fv-6\" fill=\"none\" stroke=\"#222222\" stroke-width=\"2\"/>"
-                     "<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"middle\">%g units</text>\n",
-                     x, top, pixels, x + (pixels * 0.5), top + 22.0, length);
+    return formatted(
+        "<path d=\"M%.1f %.1fv6h%.1fv-6\" fill=\"none\" stroke=\"#222222\" stroke-width=\"2\"/>"
+        "<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"middle\">%g units</text>\n",
+        x, top, pixels, x + (pixels * 0.5), top + 22.0, length);
 }
 
 std::string planLegend(const ReportContent& content, const PlanFrame& frame) {
@@ -188,49 +198,56 @@ std::string planLegend(const ReportContent& content, const PlanFrame& frame) {
     std::string legend = formatted(
         "<text x=\"%.1f\" y=\"%.1f\">RMS after alignment</text>"
         "<rect x=\"%.1f\" y=\"%.1f\" width=\"180\" height=\"12\" fill=\"url(#rmsScale)\"/>"
-        "<text x=\"%.1f\" y=\"%.1f\">0</text><text x=\"%.1f\" y=\"%.1f\" text-anchor=\"end\">%g or more</text>\n",
-        margin, top + 10.0, margin, top + 16.0, margin, top + 42.0, margin + 180.0, top + 42.0, rmsTop);
-    legend += formatted("<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"#888888\" "
-                        "stroke-width=\"3\" stroke-dasharray=\"7 5\"/><text x=\"%.1f\" y=\"%.1f\">failed: "
-                        "not read, or too few samples</text>\n",
-                        margin + 210.0, top + 22.0, margin + 250.0, top + 22.0, margin + 258.0, top + 26.0);
+        "<text x=\"%.1f\" y=\"%.1f\">0</text><text x=\"%.1f\" y=\"%.1f\" text-anchor=\"end\">%g or "
+        "more</text>\n",
+        margin, top + 10.0, margin, top + 16.0, margin, top + 42.0, margin + 180.0, top + 42.0,
+        rmsTop);
+    legend += formatted(
+        "<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"#888888\" "
+        "stroke-width=\"3\" stroke-dasharray=\"7 5\"/><text x=\"%.1f\" y=\"%.1f\">failed: "
+        "not read, or too few samples</text>\n",
+        margin + 210.0, top + 22.0, margin + 250.0, top + 22.0, margin + 258.0, top + 26.0);
     return legend;
 }
 
 std::string planDefinitions() {
-    return formatted("<defs><marker id=\"heading\" viewBox=\"0 0 10 10\" refX=\"8\" refY=\"5\" "
-                     "markerWidth=\"6\" markerHeight=\"6\" orient=\"auto\"><path d=\"M0 0L10 5L0 10z\" "
-                     "fill=\"#1f3a93\"/></marker><linearGradient id=\"rmsScale\"><stop offset=\"0\" "
-                     "stop-color=\"%s\"/><stop offset=\"0.5\" stop-color=\"%s\"/><stop offset=\"1\" "
-                     "stop-color=\"%s\"/></linearGradient></defs>\n",
-                     hexColour(rmsStops[0]).c_str(), hexColour(rmsStops[1]).c_str(),
-                     hexColour(rmsStops[2]).c_str());
+    return formatted(
+        "<defs><marker id=\"heading\" viewBox=\"0 0 10 10\" refX=\"8\" refY=\"5\" "
+        "markerWidth=\"6\" markerHeight=\"6\" orient=\"auto\"><path d=\"M0 0L10 5L0 10z\" "
+        "fill=\"#1f3a93\"/></marker><linearGradient id=\"rmsScale\"><stop offset=\"0\" "
+        "stop-color=\"%s\"/><stop offset=\"0.5\" stop-color=\"%s\"/><stop offset=\"1\" "
+        "stop-color=\"%s\"/></linearGradient></defs>\n",
+        hexColour(rmsStops[0]).c_str(), hexColour(rmsStops[1]).c_str(),
+        hexColour(rmsStops[2]).c_str());
 }
 
 // --- the bar charts ---
 
 std::string svgOpening(double width, double height, const char* label) {
-    return formatted("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" "
-                     "viewBox=\"0 0 %.0f %.0f\" role=\"img\" aria-label=\"%s\">\n",
-                     width, height, width, height, label);
+    return formatted(
+        "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" "
+        "viewBox=\"0 0 %.0f %.0f\" role=\"img\" aria-label=\"%s\">\n",
+        width, height, width, height, label);
 }
 
 std::string barRow(double y, double left, double unitsToPixels, double value, const char* fill,
                    const char* name) {
     if (isUnusableRms(value)) {
-        return formatted("<text x=\"%.1f\" y=\"%.1f\" class=\"none\">%s: %s</text>\n", left + 4.0, y + 10.0,
-                         name, std::isnan(value) ? "none" : "too few samples");
+        return formatted("<text x=\"%.1f\" y=\"%.1f\" class=\"none\">%s: %s</text>\n", left + 4.0,
+                         y + 10.0, name, std::isnan(value) ? "none" : "too few samples");
     }
     const double length = std::max(value * unitsToPixels, 1.0);
-    return formatted("<rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"12\" fill=\"%s\"><title>%s "
-                     "%.6f</title></rect><text x=\"%.1f\" y=\"%.1f\" class=\"value\">%.4f</text>\n",
-                     left, y, length, fill, name, value, left + length + 6.0, y + 10.0, value);
+    return formatted(
+        "<rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"12\" fill=\"%s\"><title>%s "
+        "%.6f</title></rect><text x=\"%.1f\" y=\"%.1f\" class=\"value\">%.4f</text>\n",
+        left, y, length, fill, name, value, left + length + 6.0, y + 10.0, value);
 }
 
 double largestUsableRms(const ReportContent& content) {
     double largest = 0.0;
     for (const ReportPairView& view : content.pairs) {
-        for (const double value : {view.measurement.before.rmswave, rmsValueOf(afterRmsText(view))}) {
+        for (const double value :
+             {view.measurement.before.rmswave, rmsValueOf(afterRmsText(view))}) {
             if (!isUnusableRms(value)) largest = std::max(largest, value);
         }
     }
@@ -241,7 +258,8 @@ double largestTurn(const ReportContent& content) {
     double largest = 0.0;
     for (const ReportScan& scan : content.scans) {
         if (scan.rotation.count == 0) continue;
-        largest = std::max({largest, std::abs(scan.rotation.leastDeg), std::abs(scan.rotation.greatestDeg)});
+        largest = std::max(
+            {largest, std::abs(scan.rotation.leastDeg), std::abs(scan.rotation.greatestDeg)});
     }
     return largest;
 }
@@ -256,19 +274,21 @@ std::string rotationRow(const ReportScan& scan, double y, double zeroX, double p
     }
     const RotationStats& turn = scan.rotation;
     const double meanX = zeroX + (turn.meanDeg * pixelsPerDeg);
-    row += formatted("<rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"12\" fill=\"#2b7bba\"><title>scan %i: "
-                     "%.6f degrees</title></rect>\n",
-                     std::min(zeroX, meanX), y, std::max(std::abs(meanX - zeroX), 1.0), scan.scanId,
-                     turn.meanDeg);
-    row += formatted("<path d=\"M%.1f %.1fV%.1fM%.1f %.1fH%.1fM%.1f %.1fV%.1f\" stroke=\"#111111\" "
-                     "stroke-width=\"1.5\"/>\n",
-                     zeroX + (turn.leastDeg * pixelsPerDeg), y + 2.0, y + 10.0,
-                     zeroX + (turn.leastDeg * pixelsPerDeg), y + 6.0,
-                     zeroX + (turn.greatestDeg * pixelsPerDeg), zeroX + (turn.greatestDeg * pixelsPerDeg),
-                     y + 2.0, y + 10.0);
-    return row + formatted("<text x=\"%.1f\" y=\"%.1f\" class=\"value\">%.4f&#176;, %i entries, "
-                           "spread %.4f&#176;</text>\n",
-                           valueX, y + 10.0, turn.meanDeg, turn.count, turn.spreadDeg);
+    row += formatted(
+        "<rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"12\" fill=\"#2b7bba\"><title>scan %i: "
+        "%.6f degrees</title></rect>\n",
+        std::min(zeroX, meanX), y, std::max(std::abs(meanX - zeroX), 1.0), scan.scanId,
+        turn.meanDeg);
+    row += formatted(
+        "<path d=\"M%.1f %.1fV%.1fM%.1f %.1fH%.1fM%.1f %.1fV%.1f\" stroke=\"#111111\" "
+        "stroke-width=\"1.5\"/>\n",
+        zeroX + (turn.leastDeg * pixelsPerDeg), y + 2.0, y + 10.0,
+        zeroX + (turn.leastDeg * pixelsPerDeg), y + 6.0, zeroX + (turn.greatestDeg * pixelsPerDeg),
+        zeroX + (turn.greatestDeg * pixelsPerDeg), y + 2.0, y + 10.0);
+    return row + formatted(
+                     "<text x=\"%.1f\" y=\"%.1f\" class=\"value\">%.4f&#176;, %i entries, "
+                     "spread %.4f&#176;</text>\n",
+                     valueX, y + 10.0, turn.meanDeg, turn.count, turn.spreadDeg);
 }
 
 }  // namespace
@@ -286,7 +306,8 @@ std::string rmsColour(double rms, double top) {
 
 std::string planViewSvg(const ReportContent& content) {
     const PlanFrame frame = planFrameOf(content.scans);
-    std::string svg = svgOpening(frame.width, frame.height + legendHeight, "plan view of the scans");
+    std::string svg =
+        svgOpening(frame.width, frame.height + legendHeight, "plan view of the scans");
     svg += planDefinitions();
     svg += formatted("<text x=\"%.1f\" y=\"20\" text-anchor=\"end\">N &#8593;</text>\n",
                      frame.width - margin);
@@ -303,18 +324,21 @@ std::string rmsChartSvg(const ReportContent& content) {
     const double scaleEnd = niceCeiling(largestUsableRms(content));
     const double pixelsPerUnit = (chartWidth - labelWidth - valueWidth) / scaleEnd;
     std::string svg = svgOpening(chartWidth, height, "RMS of each pair before and after alignment");
-    svg += formatted("<rect x=\"%.1f\" y=\"6\" width=\"12\" height=\"12\" fill=\"#a8a8a8\"/><text x=\"%.1f\" "
-                     "y=\"16\">before</text><rect x=\"%.1f\" y=\"6\" width=\"12\" height=\"12\" "
-                     "fill=\"#2b7bba\"/><text x=\"%.1f\" y=\"16\">after</text>\n",
-                     labelWidth, labelWidth + 16.0, labelWidth + 80.0, labelWidth + 96.0);
+    svg += formatted(
+        "<rect x=\"%.1f\" y=\"6\" width=\"12\" height=\"12\" fill=\"#a8a8a8\"/><text x=\"%.1f\" "
+        "y=\"16\">before</text><rect x=\"%.1f\" y=\"6\" width=\"12\" height=\"12\" "
+        "fill=\"#2b7bba\"/><text x=\"%.1f\" y=\"16\">after</text>\n",
+        labelWidth, labelWidth + 16.0, labelWidth + 80.0, labelWidth + 96.0);
     double y = top;
     for (const ReportPairView& view : content.pairs) {
-        const double before = view.measurement.isBeforeRead ? view.measurement.before.rmswave
-                                                            : std::numeric_limits<double>::quiet_NaN();
-        svg += formatted("<text x=\"%.1f\" y=\"%.1f\" class=\"label\">%s</text>\n", labelWidth - 8.0,
-                         y + 18.0, pairLabel(content, view.pair).c_str());
+        const double before = view.measurement.isBeforeRead
+                                  ? view.measurement.before.rmswave
+                                  : std::numeric_limits<double>::quiet_NaN();
+        svg += formatted("<text x=\"%.1f\" y=\"%.1f\" class=\"label\">%s</text>\n",
+                         labelWidth - 8.0, y + 18.0, pairLabel(content, view.pair).c_str());
         svg += barRow(y, labelWidth, pixelsPerUnit, before, "#a8a8a8", "before");
-        svg += barRow(y + 15.0, labelWidth, pixelsPerUnit, rmsValueOf(afterRmsText(view)), "#2b7bba", "after");
+        svg += barRow(y + 15.0, labelWidth, pixelsPerUnit, rmsValueOf(afterRmsText(view)),
+                      "#2b7bba", "after");
         y += rowHeight;
     }
     return svg + "</svg>\n";
@@ -329,12 +353,13 @@ std::string rotationChartSvg(const ReportContent& content) {
     const double zeroX = labelWidth + (plotWidth * 0.5);
     const double pixelsPerDeg = (plotWidth * 0.5) / halfRange;
     std::string svg = svgOpening(chartWidth, height, "rotation applied to each scan");
-    svg += formatted("<path d=\"M%.1f %.1fV%.1f\" stroke=\"#666666\"/><text x=\"%.1f\" y=\"14\" "
-                     "text-anchor=\"middle\">-%g&#176;</text><text x=\"%.1f\" y=\"14\" "
-                     "text-anchor=\"middle\">0</text><text x=\"%.1f\" y=\"14\" "
-                     "text-anchor=\"middle\">+%g&#176;</text>\n",
-                     zeroX, top - 4.0, height - 6.0, labelWidth, halfRange, zeroX,
-                     labelWidth + plotWidth, halfRange);
+    svg += formatted(
+        "<path d=\"M%.1f %.1fV%.1f\" stroke=\"#666666\"/><text x=\"%.1f\" y=\"14\" "
+        "text-anchor=\"middle\">-%g&#176;</text><text x=\"%.1f\" y=\"14\" "
+        "text-anchor=\"middle\">0</text><text x=\"%.1f\" y=\"14\" "
+        "text-anchor=\"middle\">+%g&#176;</text>\n",
+        zeroX, top - 4.0, height - 6.0, labelWidth, halfRange, zeroX, labelWidth + plotWidth,
+        halfRange);
     double y = top;
     for (const ReportScan& scan : content.scans) {
         svg += rotationRow(scan, y, zeroX, pixelsPerDeg, labelWidth + plotWidth + 20.0);

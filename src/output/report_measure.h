@@ -23,13 +23,13 @@ struct AfterPlan {
 };
 
 struct PairMeasurement {
-    bool isBeforeRead = false;    // both files of the pair could be read as surveyed
-    RmsRow before;                // both ways on the scans as surveyed, MAXDISTFINAL
-    bool isAfterMeasured = false; // `after` was measured here (AfterPlan::measures)
-    RmsRow after;                 // both ways on the turned scans
-    PlanWindow window;            // the plan view of both pictures, about the two scanners
-    std::string beforePng;        // PNG of the overlap as surveyed; empty when none
-    std::string afterPng;         // PNG of the overlap after alignment; empty when none
+    bool isBeforeRead = false;     // both files of the pair could be read as surveyed
+    RmsRow before;                 // both ways on the scans as surveyed, MAXDISTFINAL
+    bool isAfterMeasured = false;  // `after` was measured here (AfterPlan::measures)
+    RmsRow after;                  // both ways on the turned scans
+    PlanWindow window;             // the plan view of both pictures, about the two scanners
+    std::string beforePng;         // PNG of the overlap as surveyed; empty when none
+    std::string afterPng;          // PNG of the overlap after alignment; empty when none
 };
 
 // A run of its own for the report's measures: the job's options, scans and threads,

@@ -14,7 +14,8 @@
 namespace sorvek {
 namespace {
 
-constexpr const char* pageStyle = R"(body{font-family:sans-serif;margin:24px auto;max-width:1100px;color:#1a1a1a;padding:0 16px}
+constexpr const char* pageStyle =
+    R"(body{font-family:sans-serif;margin:24px auto;max-width:1100px;color:#1a1a1a;padding:0 16px}
 h1{font-size:26px;margin-bottom:4px}h2{font-size:20px;margin-top:36px;border-bottom:1px solid #ccc;padding-bottom:4px}
 h3{font-size:16px;margin:20px 0 6px}table{border-collapse:collapse;margin:8px 0}
 th,td{border:1px solid #ccc;padding:3px 8px;text-align:left}td.n{text-align:right;font-family:monospace}
@@ -52,12 +53,14 @@ std::string afterMeaning(const ReportContent& content) {
                "registered rotations, as the rotation stage would turn it.";
     }
     std::string meaning = "\"After\" is the RMS result file, which measured ";
-    meaning += content.isLine && content.options.FILEEXT == 0
-                   ? "the rotated point files."
-                   : "the scans' own files: with no rotated files in between, it shows them as surveyed.";
+    meaning +=
+        content.isLine && content.options.FILEEXT == 0
+            ? "the rotated point files."
+            : "the scans' own files: with no rotated files in between, it shows them as surveyed.";
     if (plan.turnsScans) {
-        meaning += " The pictures after alignment show the scans as surveyed, each turned about its GPS "
-                   "position by the rotation the rotation stage applied.";
+        meaning +=
+            " The pictures after alignment show the scans as surveyed, each turned about its GPS "
+            "position by the rotation the rotation stage applied.";
     }
     return meaning;
 }
@@ -77,7 +80,8 @@ std::string pairStatus(const ReportPairView& view) {
 std::string changeText(const ReportPairView& view) {
     const double after = rmsValueOf(afterRmsText(view));
     const double before = view.measurement.before.rmswave;
-    if (!view.measurement.isBeforeRead || isUnusableRms(after) || isUnusableRms(before) || !(before > 0.0)) {
+    if (!view.measurement.isBeforeRead || isUnusableRms(after) || isUnusableRms(before) ||
+        !(before > 0.0)) {
         return "";
     }
     return formatted("%+.1f%%", ((after - before) / before) * 100.0);
@@ -89,7 +93,8 @@ std::string verdict(const ReportContent& content) {
     for (const ReportPairView& view : content.pairs) {
         const double after = rmsValueOf(afterRmsText(view));
         if (view.isMissingRow || isUnusableRms(after)) ++failed;
-        const bool hasBefore = view.measurement.isBeforeRead && !isUnusableRms(view.measurement.before.rmswave);
+        const bool hasBefore =
+            view.measurement.isBeforeRead && !isUnusableRms(view.measurement.before.rmswave);
         if (hasBefore && !isUnusableRms(after) && after < view.measurement.before.rmswave) ++better;
     }
     return formatted("%zu scans, %zu pairs: %zu fit better after alignment, %zu failed.",
@@ -99,34 +104,43 @@ std::string verdict(const ReportContent& content) {
 std::string summarySection(const ReportContent& content) {
     std::string html = "<h1>Alignment report</h1>\n";
     html += "<p>Survey database <b>" + htmlEscaped(content.databasePath) + "</b>, mode " +
-            std::to_string(content.runMode) + ": " + htmlEscaped(modeDescription(content.runMode)) + ".</p>\n";
+            std::to_string(content.runMode) + ": " + htmlEscaped(modeDescription(content.runMode)) +
+            ".</p>\n";
     html += "<p><b>" + verdict(content) + "</b></p>\n";
-    html += "<p class=\"note\">\"Before\" is measured by this report on the scans as surveyed (their own "
-            "files, with the scan transform of pair preparation), both ways with MAXDISTFINAL, "
-            "weighted by the two counts as the rmswave column is. " + htmlEscaped(afterMeaning(content)) + "</p>\n";
+    html +=
+        "<p class=\"note\">\"Before\" is measured by this report on the scans as surveyed (their "
+        "own "
+        "files, with the scan transform of pair preparation), both ways with MAXDISTFINAL, "
+        "weighted by the two counts as the rmswave column is. " +
+        htmlEscaped(afterMeaning(content)) + "</p>\n";
     if (content.unattachedRows > 0) {
-        html += formatted("<p class=\"bad\">%i result rows named no pair of this job and are left out.</p>\n",
-                          content.unattachedRows);
+        html += formatted(
+            "<p class=\"bad\">%i result rows named no pair of this job and are left out.</p>\n",
+            content.unattachedRows);
     }
     return html;
 }
 
 std::string rmsTable(const ReportContent& content) {
-    std::string html = "<table class=\"rms\"><tr><th>Pair</th><th>Spacing</th><th>rms12 before</th>"
-                       "<th>np12</th><th>rms21 before</th><th>np21</th><th>RMS before</th>"
-                       "<th>RMS after</th><th>Change</th><th>Status</th></tr>\n";
+    std::string html =
+        "<table class=\"rms\"><tr><th>Pair</th><th>Spacing</th><th>rms12 before</th>"
+        "<th>np12</th><th>rms21 before</th><th>np21</th><th>RMS before</th>"
+        "<th>RMS after</th><th>Change</th><th>Status</th></tr>\n";
     for (const ReportPairView& view : content.pairs) {
         const PairMeasurement& measured = view.measurement;
         const bool isRead = measured.isBeforeRead;
         html += "<tr data-pair=\"" + pairLabel(content, view.pair) + "\">" +
-                cell(pairLabel(content, view.pair), false) + cell(formatted("%.2f", view.pair.spacing)) +
+                cell(pairLabel(content, view.pair), false) +
+                cell(formatted("%.2f", view.pair.spacing)) +
                 cell(isRead ? formatted("%lf", measured.before.rms12) : "") +
                 cell(isRead ? std::to_string(measured.before.np12) : "") +
                 cell(isRead ? formatted("%lf", measured.before.rms21) : "") +
                 cell(isRead ? std::to_string(measured.before.np21) : "") +
-                "<td class=\"n\" data-column=\"before\">" + beforeText(view) + "</td>"
-                "<td class=\"n\" data-column=\"after\">" + htmlEscaped(afterRmsText(view).value_or("")) + "</td>" +
-                cell(changeText(view)) + pairStatus(view) + "</tr>\n";
+                "<td class=\"n\" data-column=\"before\">" + beforeText(view) +
+                "</td>"
+                "<td class=\"n\" data-column=\"after\">" +
+                htmlEscaped(afterRmsText(view).value_or("")) + "</td>" + cell(changeText(view)) +
+                pairStatus(view) + "</tr>\n";
     }
     return html + "</table>\n";
 }
@@ -134,17 +148,20 @@ std::string rmsTable(const ReportContent& content) {
 // The rows exactly as the result file at `path` holds them, one column per field.
 std::string rowsTable(const ReportContent& content, const std::string& path,
                       std::span<const char* const> columns, ResultFields ReportPair::*slot) {
-    std::string html = "<h3>Rows of " + htmlEscaped(path) + " as written</h3>\n<table class=\"rows\" data-file=\"" +
-                       htmlEscaped(path) + "\"><tr><th>Pair</th>";
+    std::string html = "<h3>Rows of " + htmlEscaped(path) +
+                       " as written</h3>\n<table class=\"rows\" data-file=\"" + htmlEscaped(path) +
+                       "\"><tr><th>Pair</th>";
     for (const char* column : columns) html += "<th>" + std::string(column) + "</th>";
     html += "</tr>\n";
     for (const ReportPairView& view : content.pairs) {
         const ResultFields& fields = view.pair.*slot;
         if (fields.empty()) continue;
-        html += "<tr data-pair=\"" + pairLabel(content, view.pair) + "\">" + cell(pairLabel(content, view.pair), false);
+        html += "<tr data-pair=\"" + pairLabel(content, view.pair) + "\">" +
+                cell(pairLabel(content, view.pair), false);
         for (std::size_t k = 0; k < fields.size(); ++k) {
             const char* column = k < columns.size() ? columns[k] : "extra";
-            html += std::string("<td class=\"n\" data-column=\"") + column + "\">" + htmlEscaped(fields[k]) + "</td>";
+            html += std::string("<td class=\"n\" data-column=\"") + column + "\">" +
+                    htmlEscaped(fields[k]) + "</td>";
         }
         html += "</tr>\n";
     }
@@ -158,9 +175,11 @@ std::string rmsSection(const ReportContent& content) {
         "scan1", "scan2", "rms12", "np12", "rms21", "np21", "rmswave", "spacing", "range"};
     std::string html = "<h2>RMS of each pair</h2>\n" + rmsChartSvg(content) + rmsTable(content);
     if (content.didRegister) {
-        html += rowsTable(content, content.regPath, registrationColumns, &ReportPair::registrationRow);
+        html +=
+            rowsTable(content, content.regPath, registrationColumns, &ReportPair::registrationRow);
     }
-    if (content.didEvaluate) html += rowsTable(content, content.rmsPath, rmsColumns, &ReportPair::rmsRow);
+    if (content.didEvaluate)
+        html += rowsTable(content, content.rmsPath, rmsColumns, &ReportPair::rmsRow);
     return html;
 }
 
@@ -169,17 +188,23 @@ std::string rotationSection(const ReportContent& content) {
         return "<h2>Rotation of each scan</h2>\n<p>This run registered no scans.</p>\n";
     }
     std::string html = "<h2>Rotation of each scan</h2>\n<p class=\"note\">";
-    html += content.isAdjusted ? "Each scan's rotation adjusted over all pairs, as the rotation stage applied it."
-            : content.runMode == 4 ? "The mean of each scan's registered rotations, as the rotation stage applied it."
-                                   : "The mean of each scan's registered rotations, as a rotation stage (mode 2) would apply it.";
-    html += " The whisker runs from its least to its greatest entry.</p>\n" + rotationChartSvg(content);
-    html += "<table class=\"turns\"><tr><th>Scan</th><th>Rotation (degrees)</th><th>Entries</th>"
-            "<th>Spread (degrees)</th><th>Least</th><th>Greatest</th></tr>\n";
+    html += content.isAdjusted
+                ? "Each scan's rotation adjusted over all pairs, as the rotation stage applied it."
+            : content.runMode == 4
+                ? "The mean of each scan's registered rotations, as the rotation stage applied it."
+                : "The mean of each scan's registered rotations, as a rotation stage (mode 2) "
+                  "would apply it.";
+    html +=
+        " The whisker runs from its least to its greatest entry.</p>\n" + rotationChartSvg(content);
+    html +=
+        "<table class=\"turns\"><tr><th>Scan</th><th>Rotation (degrees)</th><th>Entries</th>"
+        "<th>Spread (degrees)</th><th>Least</th><th>Greatest</th></tr>\n";
     for (const ReportScan& scan : content.scans) {
         const RotationStats& turn = scan.rotation;
         const bool hasTurn = turn.count > 0;
         html += "<tr>" + cell(std::to_string(scan.scanId), false) +
-                cell(hasTurn ? formatted("%f", turn.meanDeg) : "none") + cell(std::to_string(turn.count)) +
+                cell(hasTurn ? formatted("%f", turn.meanDeg) : "none") +
+                cell(std::to_string(turn.count)) +
                 cell(hasTurn ? formatted("%f", turn.spreadDeg) : "") +
                 cell(hasTurn ? formatted("%f", turn.leastDeg) : "") +
                 cell(hasTurn ? formatted("%f", turn.greatestDeg) : "") + "</tr>\n";
@@ -188,38 +213,48 @@ std::string rotationSection(const ReportContent& content) {
 }
 
 std::string picture(const std::string& png, const std::string& caption) {
-    if (png.empty()) return "<figure><figcaption>" + htmlEscaped(caption) + ": no picture</figcaption></figure>\n";
-    return "<figure><img alt=\"" + htmlEscaped(caption) + "\" src=\"data:image/png;base64," + base64Of(png) +
-           "\"><figcaption>" + htmlEscaped(caption) + "</figcaption></figure>\n";
+    if (png.empty())
+        return "<figure><figcaption>" + htmlEscaped(caption) +
+               ": no picture</figcaption></figure>\n";
+    return "<figure><img alt=\"" + htmlEscaped(caption) + "\" src=\"data:image/png;base64," +
+           base64Of(png) + "\"><figcaption>" + htmlEscaped(caption) + "</figcaption></figure>\n";
 }
 
 std::string overlapSection(const ReportContent& content) {
-    std::string html = "<h2>Overlap of each pair</h2>\n<p class=\"note\">Each pair seen from above over the box "
-                       "its two scans have in common, north up, before and after alignment in the same frame. "
-                       "The first scan is <span class=\"swatch\" style=\"background:#ff4632\"></span> red, the "
-                       "second <span class=\"swatch\" style=\"background:#28c8ff\"></span> cyan, and what both "
-                       "show in the same place turns white. Walls, poles and kerbs are bright, ground is dim: a "
-                       "wall drawn twice, once red and once cyan, is a misfit.</p>\n";
+    std::string html =
+        "<h2>Overlap of each pair</h2>\n<p class=\"note\">Each pair seen from above over the box "
+        "its two scans have in common, north up, before and after alignment in the same frame. "
+        "The first scan is <span class=\"swatch\" style=\"background:#ff4632\"></span> red, the "
+        "second <span class=\"swatch\" style=\"background:#28c8ff\"></span> cyan, and what both "
+        "show in the same place turns white. Walls, poles and kerbs are bright, ground is dim: a "
+        "wall drawn twice, once red and once cyan, is a misfit.</p>\n";
     for (const ReportPairView& view : content.pairs) {
         const PlanWindow& window = view.measurement.window;
-        html += formatted("<h3>Pair %s: scan %i red, scan %i cyan</h3>\n", pairLabel(content, view.pair).c_str(),
-                          scanOf(content, view.pair.firstIndex).scanId, scanOf(content, view.pair.secondIndex).scanId);
+        html += formatted("<h3>Pair %s: scan %i red, scan %i cyan</h3>\n",
+                          pairLabel(content, view.pair).c_str(),
+                          scanOf(content, view.pair.firstIndex).scanId,
+                          scanOf(content, view.pair.secondIndex).scanId);
         if (window.width > 0) {
             html += formatted("<p class=\"note\">%.1f by %.1f units, %.3f units a pixel.</p>\n",
-                              window.unitsPerPixel * window.width, window.unitsPerPixel * window.height,
-                              window.unitsPerPixel);
+                              window.unitsPerPixel * window.width,
+                              window.unitsPerPixel * window.height, window.unitsPerPixel);
         }
         html += picture(view.measurement.beforePng, "before: RMS " + beforeText(view));
-        html += picture(view.measurement.afterPng, "after: RMS " + afterRmsText(view).value_or("none"));
+        html +=
+            picture(view.measurement.afterPng, "after: RMS " + afterRmsText(view).value_or("none"));
     }
     return html;
 }
 
 std::string optionsSection(const ReportContent& content) {
     std::string html = "<h2>Options in force</h2>\n<p class=\"note\">";
-    html += content.isOptionFileRead ? "Read from " + htmlEscaped(content.optionPath) + "; keys it does not set keep their defaults."
-                                     : "The option file " + htmlEscaped(content.optionPath) + " could not be read: every option has its default.";
-    html += " ALPHA and ALPHATHRESH are in degrees, as the file holds them.</p>\n<table class=\"options\">";
+    html += content.isOptionFileRead ? "Read from " + htmlEscaped(content.optionPath) +
+                                           "; keys it does not set keep their defaults."
+                                     : "The option file " + htmlEscaped(content.optionPath) +
+                                           " could not be read: every option has its default.";
+    html +=
+        " ALPHA and ALPHATHRESH are in degrees, as the file holds them.</p>\n<table "
+        "class=\"options\">";
     for (const OptionSetting& setting : optionSettings(content.options)) {
         html += "<tr><th>" + htmlEscaped(setting.key) + "</th>" + cell(setting.value) + "</tr>\n";
     }
@@ -260,17 +295,23 @@ std::string modeDescription(std::int32_t runMode) {
 }
 
 std::string reportPage(const ReportContent& content) {
-    std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-                       "<title>sorvek alignment report: " + htmlEscaped(content.databasePath) + "</title>\n"
-                       "<style>\n" + std::string(pageStyle) + "</style>\n</head>\n<body>\n";
+    std::string html =
+        "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+        "<title>sorvek alignment report: " +
+        htmlEscaped(content.databasePath) +
+        "</title>\n"
+        "<style>\n" +
+        std::string(pageStyle) + "</style>\n</head>\n<body>\n";
     html += summarySection(content);
     html += "<h2>Plan view</h2>\n";
-    html += content.scans.empty() ? "<p>The survey database holds no scans.</p>\n" : planViewSvg(content);
+    html += content.scans.empty() ? "<p>The survey database holds no scans.</p>\n"
+                                  : planViewSvg(content);
     html += rmsSection(content);
     html += rotationSection(content);
     html += overlapSection(content);
     html += optionsSection(content) + filesSection(content) + logSection(content);
-    html += "<p class=\"run-time\">" + htmlEscaped(content.runTimeLine) + "</p>\n</body>\n</html>\n";
+    html +=
+        "<p class=\"run-time\">" + htmlEscaped(content.runTimeLine) + "</p>\n</body>\n</html>\n";
     return html;
 }
 

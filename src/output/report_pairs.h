@@ -18,12 +18,12 @@ namespace sorvek {
 using ResultFields = std::vector<std::string>;
 
 struct ReportPair {
-    std::int32_t firstIndex = 0;     // table index of the first scan, as an RMS pass orders it
-    std::int32_t secondIndex = 0;    // table index of the second scan
-    double spacing = 0.0;            // plan distance of the two scans, survey units
-    bool isEvaluatedPair = false;    // an RMS pass of this kind of job measures the pair
-    ResultFields registrationRow;    // its row of the registration result file; empty if none
-    ResultFields rmsRow;             // its row of the RMS result file; empty if none
+    std::int32_t firstIndex = 0;   // table index of the first scan, as an RMS pass orders it
+    std::int32_t secondIndex = 0;  // table index of the second scan
+    double spacing = 0.0;          // plan distance of the two scans, survey units
+    bool isEvaluatedPair = false;  // an RMS pass of this kind of job measures the pair
+    ResultFields registrationRow;  // its row of the registration result file; empty if none
+    ResultFields rmsRow;           // its row of the RMS result file; empty if none
 };
 
 // A line's pairs: each scan with its south neighbour, in table order, as the RMS pass

@@ -12,18 +12,18 @@
 namespace sorvek {
 
 struct RotationEntry {
-    std::int32_t scanId = 0;  // scan id from the row
-    double rotationDeg = 0.0; // from the same row
+    std::int32_t scanId = 0;   // scan id from the row
+    double rotationDeg = 0.0;  // from the same row
 };
 
 // One row of the registration result file, as far as the rotation stage reads it.
 struct RegistrationPair {
-    std::int32_t firstId = 0;       // scan id of the row's first scan
+    std::int32_t firstId = 0;  // scan id of the row's first scan
     double firstRotationDeg = 0.0;
-    std::int32_t secondId = 0;      // scan id of the row's second scan
+    std::int32_t secondId = 0;  // scan id of the row's second scan
     double secondRotationDeg = 0.0;
-    double rms = 0.0;               // the solver's RMS, or the initial RMS in the zero form
-    std::uint32_t pointCount = 0;   // the row's point count
+    double rms = 0.0;              // the solver's RMS, or the initial RMS in the zero form
+    std::uint32_t pointCount = 0;  // the row's point count
 };
 
 // Two entries for every line after the head line of regPath; 0 when it cannot be opened.
@@ -39,11 +39,11 @@ std::vector<RotationEntry> rotationEntriesOf(std::span<const RegistrationPair> p
 
 // What the table holds for one scan. With no entry, count is 0 and the rest 0.0.
 struct RotationStats {
-    std::int32_t count = 0;     // entries of the scan
-    double meanDeg = 0.0;       // their mean, the rotation the stage applies
-    double spreadDeg = 0.0;     // greatest minus least
-    double leastDeg = 0.0;      // the least entry
-    double greatestDeg = 0.0;   // the greatest entry
+    std::int32_t count = 0;    // entries of the scan
+    double meanDeg = 0.0;      // their mean, the rotation the stage applies
+    double spreadDeg = 0.0;    // greatest minus least
+    double leastDeg = 0.0;     // the least entry
+    double greatestDeg = 0.0;  // the greatest entry
 };
 
 // The entries of `scanId`, without a word on the console.

@@ -65,11 +65,13 @@ std::vector<ReportScan> reportScans(const Run& run, std::span<const RotationEntr
 std::vector<ReportPair> pairsWithRows(const Run& run, const ReportContent& content,
                                       std::int32_t& unattachedRows) {
     std::span<const ScanRecord> scans = run.state.scans;
-    std::vector<ReportPair> pairs = content.isLine ? linePairs(scans) : sitePairs(scans, run.options);
+    std::vector<ReportPair> pairs =
+        content.isLine ? linePairs(scans) : sitePairs(scans, run.options);
     unattachedRows = 0;
     if (content.didRegister) {
         std::ifstream in = openText(content.regPath);
-        unattachedRows += attachRows(pairs, scans, readResultRows(in), 2, &ReportPair::registrationRow);
+        unattachedRows +=
+            attachRows(pairs, scans, readResultRows(in), 2, &ReportPair::registrationRow);
     }
     if (content.didEvaluate) {
         std::ifstream in = openText(content.rmsPath);
@@ -114,19 +116,22 @@ void listFiles(const Run& run, ReportContent& content) {
     content.filesRead.push_back(noteOf(state.optionPath, "option file"));
     content.filesRead.push_back(noteOf(state.databasePath, "survey database"));
     for (const ScanRecord& scan : state.scans) {
-        content.filesRead.push_back(
-            noteOf(scanPointFile(scan.fileName), formatted("points of scan %i as surveyed", scan.scanId)));
+        content.filesRead.push_back(noteOf(
+            scanPointFile(scan.fileName), formatted("points of scan %i as surveyed", scan.scanId)));
         if (evaluates(mode) && content.isLine && run.options.FILEEXT == 0) {
-            content.filesRead.push_back(noteOf(lineRmsPassFileName(0, scan.fileName),
-                                               formatted("rotated points of scan %i, for the RMS pass", scan.scanId)));
+            content.filesRead.push_back(
+                noteOf(lineRmsPassFileName(0, scan.fileName),
+                       formatted("rotated points of scan %i, for the RMS pass", scan.scanId)));
         }
     }
-    if (registers(mode)) content.filesWritten.push_back(noteOf(state.regPath, "registration result file"));
+    if (registers(mode))
+        content.filesWritten.push_back(noteOf(state.regPath, "registration result file"));
     if (mode == 4) {
         content.filesWritten.push_back(noteOf(state.rotPath, "rotation result file"));
         for (const ScanRecord& scan : state.scans) {
-            content.filesWritten.push_back(noteOf(rotatedOutputFileName(scan.fileName),
-                                                  formatted("rotated points of scan %i", scan.scanId)));
+            content.filesWritten.push_back(
+                noteOf(rotatedOutputFileName(scan.fileName),
+                       formatted("rotated points of scan %i", scan.scanId)));
         }
     }
     if (evaluates(mode)) content.filesWritten.push_back(noteOf(state.rmsPath, "RMS result file"));
@@ -137,9 +142,11 @@ std::string runTimeLine(std::time_t startTime) {
     const std::time_t now = wallClockNow();
     std::tm local{};
     char stamp[32] = "unknown time";
-    if (localtime_r(&now, &local) != nullptr) std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local);
-    return formatted("Run time %i seconds, from the start of the program to this report, written %s.",
-                     wholeSecondsBetween(startTime, now), stamp);
+    if (localtime_r(&now, &local) != nullptr)
+        std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local);
+    return formatted(
+        "Run time %i seconds, from the start of the program to this report, written %s.",
+        wholeSecondsBetween(startTime, now), stamp);
 }
 
 ReportContent gatherContent(const Run& run, std::time_t startTime) {

@@ -21,8 +21,8 @@
 #include "output/rotation_table.h"
 #include "points/binary_reader.h"
 #include "points/exchange_points.h"
-#include "points/point_filter.h"
 #include "points/point_file_kind.h"
+#include "points/point_filter.h"
 #include "points/text_reader.h"
 #include "points/transforms.h"
 #include "run/console.h"
@@ -38,20 +38,20 @@ constexpr std::size_t linePieceLimit = 255;  // characters one read of a line ta
 // The scan's rotation and the turn it gives; a rotation of exactly 0.0 turns nothing.
 struct ScanTurn {
     bool hasRotation = false;
-    double rotationDeg = 0.0;         // the mean of the scan's rotations, or their adjustment
-    std::int32_t rotationCount = 0;   // how many rotations the mean was taken over
-    double rotationSpreadDeg = 0.0;   // their spread
+    double rotationDeg = 0.0;        // the mean of the scan's rotations, or their adjustment
+    std::int32_t rotationCount = 0;  // how many rotations the mean was taken over
+    double rotationSpreadDeg = 0.0;  // their spread
     double cosTheta = 1.0;
     double sinTheta = 0.0;
 };
 
 // The stage's output for the scan in hand.
 struct ScanOutput {
-    OutputFile* rotFile = nullptr;       // the rotation result file
-    std::string path;                    // the rotated point file's final name
-    OutputFile pointFile;                // the rotated point file
-    std::int32_t pointsWritten = 0;      // NumpointsED
-    std::optional<PointFilter> filter;   // with APPLYFILTER on, what a written point passes
+    OutputFile* rotFile = nullptr;      // the rotation result file
+    std::string path;                   // the rotated point file's final name
+    OutputFile pointFile;               // the rotated point file
+    std::int32_t pointsWritten = 0;     // NumpointsED
+    std::optional<PointFilter> filter;  // with APPLYFILTER on, what a written point passes
 };
 
 // One read of a line as a 256-byte buffer takes it: up to and including the line end, or
@@ -102,7 +102,8 @@ void turnAboutScanner(const ScanTurn& turn, const ScanRecord& scan, double dx, d
 ScanTurn chooseTurn(const Run& run, std::span<const RotationEntry> table, const ScanRecord& scan,
                     std::int32_t pointCount) {
     ScanTurn turn;
-    const double meanDeg = averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpreadDeg);
+    const double meanDeg =
+        averageRotation(table, scan.scanId, turn.rotationCount, turn.rotationSpreadDeg);
     turn.rotationDeg = adjustedRotation(run.state.adjustedRotations, scan.scanId, meanDeg);
     if (turn.rotationDeg == 0.0) {
         std::printf("No rotation values found !=0 for %i so %i points will not be rotated.  \n",
@@ -124,9 +125,10 @@ ScanTurn chooseTurn(const Run& run, std::span<const RotationEntry> table, const 
 void writeRotationRow(OutputFile& rotFile, const ScanRecord& scan, const ScanTurn& turn,
                       std::int32_t pointCount, std::int32_t pointsWritten) {
     std::FILE* file = rotFile.file.get();
-    requirePrinted(turn.hasRotation ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.rotationDeg,
-                                                   turn.rotationCount, turn.rotationSpreadDeg)
-                                    : std::fprintf(file, "%i,0.000000,0,0.0", scan.scanId),
+    requirePrinted(turn.hasRotation
+                       ? std::fprintf(file, "%i,%f,%i,%f", scan.scanId, turn.rotationDeg,
+                                      turn.rotationCount, turn.rotationSpreadDeg)
+                       : std::fprintf(file, "%i,0.000000,0,0.0", scan.scanId),
                    rotFile);
     requirePrinted(std::fprintf(file, ",%i,%i \n", pointCount, pointsWritten), rotFile);
     flushRow(rotFile);
@@ -217,9 +219,9 @@ void rotateTextScan(const Run& run, const ScanRecord& scan, const std::string& p
     std::string piece;
     while (readLinePiece(in.get(), piece)) {
         if (isCommentLine(piece)) {
-            requirePrinted(std::fprintf(output.pointFile.file.get(), "%s \n",
-                                        commentText(piece).c_str()),
-                           output.pointFile);
+            requirePrinted(
+                std::fprintf(output.pointFile.file.get(), "%s \n", commentText(piece).c_str()),
+                output.pointFile);
             continue;
         }
         const TextPointLine point = parseTextPointLine(piece);
@@ -384,7 +386,8 @@ void rotateScans(Run& run) {
     const float progressFactor = static_cast<float>(100.0 / static_cast<double>(scanTotal));
     OutputFile rotFile = createRotationResultFile(run.state.rotPath, run.state.logFile.get());
     const std::int32_t entryCount = countRotationRows(run.state.regPath);
-    const std::vector<RegistrationPair> pairs = loadRegistrationPairs(run.state.regPath, entryCount);
+    const std::vector<RegistrationPair> pairs =
+        loadRegistrationPairs(run.state.regPath, entryCount);
     const std::vector<RotationEntry> table = rotationEntriesOf(pairs);
     if (run.options.ROTADJUST != 0) run.state.adjustedRotations = adjustScanRotations(run, pairs);
     Cloud cloud;

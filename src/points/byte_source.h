@@ -10,12 +10,12 @@
 namespace sorvek {
 
 struct ByteSource {
-    std::FILE* file = nullptr;          // borrowed; read from its current position on
-    std::vector<std::uint8_t> buffer;   // bytes read ahead
-    std::size_t begin = 0;              // next unread byte of buffer
-    std::size_t end = 0;                // end of the bytes held in buffer
-    std::int64_t position = 0;          // file offset of buffer[begin]
-    bool isExhausted = false;           // the file gave no more bytes
+    std::FILE* file = nullptr;         // borrowed; read from its current position on
+    std::vector<std::uint8_t> buffer;  // bytes read ahead
+    std::size_t begin = 0;             // next unread byte of buffer
+    std::size_t end = 0;               // end of the bytes held in buffer
+    std::int64_t position = 0;         // file offset of buffer[begin]
+    bool isExhausted = false;          // the file gave no more bytes
 };
 
 // A source over `file`, whose current position is the start of the file.

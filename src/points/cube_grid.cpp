@@ -58,12 +58,18 @@ CloudBounds computeBounds(std::span<const PointRecord> points) {
     bounds.minY = bounds.maxY = points[0].y;
     bounds.minZ = bounds.maxZ = points[0].z;
     for (const PointRecord& point : points.subspan(1)) {
-        if (point.x > bounds.maxX) bounds.maxX = point.x;
-        else if (bounds.minX > point.x) bounds.minX = point.x;
-        if (point.y > bounds.maxY) bounds.maxY = point.y;
-        else if (bounds.minY > point.y) bounds.minY = point.y;
-        if (point.z > bounds.maxZ) bounds.maxZ = point.z;
-        else if (bounds.minZ > point.z) bounds.minZ = point.z;
+        if (point.x > bounds.maxX)
+            bounds.maxX = point.x;
+        else if (bounds.minX > point.x)
+            bounds.minX = point.x;
+        if (point.y > bounds.maxY)
+            bounds.maxY = point.y;
+        else if (bounds.minY > point.y)
+            bounds.minY = point.y;
+        if (point.z > bounds.maxZ)
+            bounds.maxZ = point.z;
+        else if (bounds.minZ > point.z)
+            bounds.minZ = point.z;
     }
     return bounds;
 }
@@ -88,9 +94,9 @@ CubeGrid layCubeGrid(const RunOptions& options, const CloudBounds& bounds, doubl
     const bool isCutInZ = bounds.maxZ > zMax && zMin > bounds.minZ;
     const std::optional<std::int32_t> nx = cubesAlong(bounds.maxX - bounds.minX, options.dCX);
     const std::optional<std::int32_t> ny = cubesAlong(bounds.maxY - bounds.minY, options.dCY);
-    const std::optional<std::int32_t> nz =
-        isCutInZ ? cubesAlong(zMax - zMin, options.dCZ)
-                 : cubesAlong(bounds.maxZ - bounds.minZ, options.dCZ);
+    const std::optional<std::int32_t> nz = isCutInZ
+                                               ? cubesAlong(zMax - zMin, options.dCZ)
+                                               : cubesAlong(bounds.maxZ - bounds.minZ, options.dCZ);
     const std::optional<double> originX = wholeOrigin(bounds.minX - options.dCX);
     const std::optional<double> originY = wholeOrigin(bounds.minY - options.dCY);
     const std::optional<double> originZ =

@@ -11,22 +11,22 @@ namespace sorvek {
 
 // The grid laid on one box. It exists only as these numbers; no memory per cube.
 struct CubeGrid {
-    std::int32_t nx = 0;          // cubes along x; 0 or below when the boxes miss each other
-    std::int32_t ny = 0;          // cubes along y
-    std::int32_t nz = 0;          // cubes along z
-    double originX = 0.0;         // whole-number corner from which cube coordinates count
+    std::int32_t nx = 0;   // cubes along x; 0 or below when the boxes miss each other
+    std::int32_t ny = 0;   // cubes along y
+    std::int32_t nz = 0;   // cubes along z
+    double originX = 0.0;  // whole-number corner from which cube coordinates count
     double originY = 0.0;
     double originZ = 0.0;
-    double edgeX = 1.0;           // dCX, dCY, dCZ as the grid was laid
+    double edgeX = 1.0;  // dCX, dCY, dCZ as the grid was laid
     double edgeY = 1.0;
     double edgeZ = 1.0;
-    double scaleX = 0.0;          // 1 / edge when the edge is a power of two, else 0: the
-    double scaleY = 0.0;          // product then has the bits of the quotient, and costs
-    double scaleZ = 0.0;          // far less than a division
-    std::int32_t cubeCount = 0;   // nx * nz * ny in 32-bit arithmetic; the out-of-grid index
-    bool isTooLarge = false;      // not indexable in 32 bits: cubeCount 0, every cube 0
-    bool isOutOfReach = false;    // too large because the box is not a number or an origin
-                                  // lies beyond int32, not because the cubes are too small
+    double scaleX = 0.0;         // 1 / edge when the edge is a power of two, else 0: the
+    double scaleY = 0.0;         // product then has the bits of the quotient, and costs
+    double scaleZ = 0.0;         // far less than a division
+    std::int32_t cubeCount = 0;  // nx * nz * ny in 32-bit arithmetic; the out-of-grid index
+    bool isTooLarge = false;     // not indexable in 32 bits: cubeCount 0, every cube 0
+    bool isOutOfReach = false;   // too large because the box is not a number or an origin
+                                 // lies beyond int32, not because the cubes are too small
 };
 
 // Converting a double that int32 cannot hold is undefined behaviour; NaN and values
@@ -60,8 +60,7 @@ void assignCubes(Run& run, std::span<PointRecord> points, const CloudBounds& bou
 // The cube coordinate of `offset` along an axis of `cubes` cubes, or -1 when outside.
 // q > -1 is trunc(q) >= 0, and q < cubes is trunc(q) < cubes, so the conversion only ever
 // sees values that int32 holds. NaN fails both tests.
-inline std::int32_t cubeCoordinate(double offset, double edge, double scale,
-                                   std::int32_t cubes) {
+inline std::int32_t cubeCoordinate(double offset, double edge, double scale, std::int32_t cubes) {
     const double q = scale != 0.0 ? offset * scale : offset / edge;
     if (!(q > -1.0 && q < static_cast<double>(cubes))) return -1;
     return static_cast<std::int32_t>(q);

@@ -57,9 +57,8 @@ void countByCube(Run& run, CubeOrderScratch& scratch, std::size_t partCount,
                  std::size_t bucketCount) {
     if (scratch.countedParts != partCount) {
         clearCounts(scratch, partCount, bucketCount);
-        runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
-            countPart(scratch, part, partCount, bucketCount);
-        });
+        runParts(run.state.workers.get(), partCount,
+                 [&](std::size_t part) { countPart(scratch, part, partCount, bucketCount); });
     }
     placeCounts(scratch, partCount, bucketCount);
     scratch.countedParts = 0;  // the counts are places now
@@ -129,7 +128,8 @@ CubePlaces preparePlaces(Run& run, CubeOrderScratch& scratch, std::size_t bucket
     if (partCount == 0) {
         rankByRadix(scratch);
         const LargeArray<std::uint32_t>& sorted = scratch.radixKeys;
-        const auto before = std::lower_bound(sorted.begin(), sorted.end(), lastBucket) - sorted.begin();
+        const auto before =
+            std::lower_bound(sorted.begin(), sorted.end(), lastBucket) - sorted.begin();
         return {true, 1, bucketCount, static_cast<std::size_t>(before)};
     }
     countByCube(run, scratch, partCount, bucketCount);
@@ -141,9 +141,8 @@ void rankByCube(Run& run, CubeOrderScratch& scratch, std::size_t bucketCount) {
     const CubePlaces places = preparePlaces(run, scratch, bucketCount);
     if (places.isRanked) return;
     scratch.ranks.resize(scratch.keys.size());
-    runParts(run.state.workers.get(), places.partCount, [&](std::size_t part) {
-        rankPart(scratch, part, places.partCount, bucketCount);
-    });
+    runParts(run.state.workers.get(), places.partCount,
+             [&](std::size_t part) { rankPart(scratch, part, places.partCount, bucketCount); });
 }
 
 }  // namespace sorvek

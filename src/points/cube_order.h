@@ -17,19 +17,19 @@ namespace sorvek {
 
 // Scratch of one cloud's ordering, kept from pass to pass with its capacity.
 struct CubeOrderScratch {
-    LargeArray<std::uint32_t> keys;       // cube of each point, in the cloud's present order
-    LargeArray<std::uint32_t> ranks;      // place of each point in cube order
-    LargeArray<std::uint32_t> counts;     // counting sort: points per part and cube, then
+    LargeArray<std::uint32_t> keys;        // cube of each point, in the cloud's present order
+    LargeArray<std::uint32_t> ranks;       // place of each point in cube order
+    LargeArray<std::uint32_t> counts;      // counting sort: points per part and cube, then
                                            // the next free place of each
-    LargeArray<std::uint32_t> radixOrder; // radix sort: positions in cube order
-    LargeArray<std::uint32_t> radixSpare; // radix sort: its second arrays
+    LargeArray<std::uint32_t> radixOrder;  // radix sort: positions in cube order
+    LargeArray<std::uint32_t> radixSpare;  // radix sort: its second arrays
     LargeArray<std::uint32_t> radixKeys;
     LargeArray<std::uint32_t> radixSpareKeys;
-    CubeGrid keyGrid;                      // the grid `keys` belong to
-    Turn keyTurn;                          // the turn of the source they were taken after
-    const double* keySource = nullptr;     // x of the source they were taken from
-    bool hasKeys = false;                  // `keys` describe that source, turn and grid
-    std::size_t countedParts = 0;          // parts `counts` holds counts of; 0 for none
+    CubeGrid keyGrid;                   // the grid `keys` belong to
+    Turn keyTurn;                       // the turn of the source they were taken after
+    const double* keySource = nullptr;  // x of the source they were taken from
+    bool hasKeys = false;               // `keys` describe that source, turn and grid
+    std::size_t countedParts = 0;       // parts `counts` holds counts of; 0 for none
 };
 
 // How a cloud of `pointCount` points is ordered on `bucketCount` cube numbers: a counting

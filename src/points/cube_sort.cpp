@@ -24,7 +24,8 @@ void sortByCube(Run& run, Cloud& cloud) {
         }
         greatestOfShare[share] = greatest;
     });
-    const std::uint32_t greatest = *std::max_element(greatestOfShare.begin(), greatestOfShare.end());
+    const std::uint32_t greatest =
+        *std::max_element(greatestOfShare.begin(), greatestOfShare.end());
     rankByCube(run, scratch, std::size_t{greatest} + 1);
     Cloud sorted(count);
     runShares(run.state.workers.get(), count, [&](std::size_t begin, std::size_t end) {

@@ -99,8 +99,8 @@ std::span<const Point3> nextExchangeChunk(ExchangePoints& points) {
     const std::size_t got =
         std::fread(points.chunkBytes.data(), recordLength, wanted, points.file.get());
     // A file that shrank under us delivers the records that really came in, then stops.
-    points.pointsDelivered = got == wanted ? points.pointsDelivered + static_cast<std::int64_t>(got)
-                                           : points.pointCount;
+    points.pointsDelivered =
+        got == wanted ? points.pointsDelivered + static_cast<std::int64_t>(got) : points.pointCount;
     points.chunk.resize(got);
     decodeRecords(points.chunkBytes, points.layout, points.chunk);
     return points.chunk;

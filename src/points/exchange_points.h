@@ -17,13 +17,13 @@ namespace sorvek {
 // binary PLY without lists) or, read whole while the file was checked, from heldPoints.
 struct ExchangePoints {
     FileHandle file;
-    std::int32_t pointCount = 0;        // points the file holds, as its header says
-    RecordLayout layout;                // the fixed records
-    bool isHeld = false;                // the points are in heldPoints
-    std::vector<Point3> heldPoints;   // text PLY and PLY with lists
-    std::int64_t pointsDelivered = 0;   // points handed out so far
+    std::int32_t pointCount = 0;           // points the file holds, as its header says
+    RecordLayout layout;                   // the fixed records
+    bool isHeld = false;                   // the points are in heldPoints
+    std::vector<Point3> heldPoints;        // text PLY and PLY with lists
+    std::int64_t pointsDelivered = 0;      // points handed out so far
     std::vector<std::uint8_t> chunkBytes;  // records of the chunk in hand
-    std::vector<Point3> chunk;           // their coordinates
+    std::vector<Point3> chunk;             // their coordinates
 };
 
 // Opens a LAS or PLY file and checks it whole against its header, or refuses it (and any

@@ -11,7 +11,7 @@
 namespace sorvek {
 namespace {
 
-constexpr std::int64_t smallestHeader = 227;  // LAS 1.0 to 1.2
+constexpr std::int64_t smallestHeader = 227;                         // LAS 1.0 to 1.2
 constexpr std::uint32_t headerSizeOf[] = {227, 227, 227, 235, 375};  // by minor version
 // The least record length of each point data format: X, Y, Z as 32-bit integers first,
 // then the format's own fields.
@@ -114,11 +114,8 @@ void printLasRefusal(const std::string& path, const LasHeader& header) {
     std::printf("%s is a LAS file that cannot be read: ", name);
     switch (header.problem) {
     case LasProblem::none:
-    case LasProblem::compressed:
-        break;
-    case LasProblem::cutShort:
-        std::printf("the file ends inside its header \n");
-        break;
+    case LasProblem::compressed: break;
+    case LasProblem::cutShort: std::printf("the file ends inside its header \n"); break;
     case LasProblem::version:
         std::printf("version %" PRIu32 ".%" PRIu32 " is not one of 1.0 to 1.4 \n",
                     header.versionMajor, header.versionMinor);
@@ -137,9 +134,7 @@ void printLasRefusal(const std::string& path, const LasHeader& header) {
     case LasProblem::dataInsideHeader:
         std::printf("the point data starts inside the header \n");
         break;
-    case LasProblem::countsDiffer:
-        std::printf("its two point counts differ \n");
-        break;
+    case LasProblem::countsDiffer: std::printf("its two point counts differ \n"); break;
     case LasProblem::tooManyPoints:
         std::printf("%" PRIu64 " points are more than one scan may hold \n", header.pointCount);
         break;
@@ -147,9 +142,7 @@ void printLasRefusal(const std::string& path, const LasHeader& header) {
         std::printf("the header promises %" PRIu64 " points, the file holds %" PRId64 " \n",
                     header.pointCount, header.pointRoom);
         break;
-    case LasProblem::badScale:
-        std::printf("a scale or offset is not a usable number \n");
-        break;
+    case LasProblem::badScale: std::printf("a scale or offset is not a usable number \n"); break;
     }
 }
 

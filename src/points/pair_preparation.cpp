@@ -59,8 +59,9 @@ void assignAndSort(Run& run) {
                 scanNumber(run, pair.secondIndex, 2), run.state.cubeCount);
     const CubeGrid grid = layCubeGrid(run.options, pair.overlapBounds, zMin);
     if (grid.isOutOfReach) {
-        std::printf("Coordinates of this pair are not numbers or too far out for the cube grid. "
-                    "Check the point files and TRANSX, TRANSY. \n");
+        std::printf(
+            "Coordinates of this pair are not numbers or too far out for the cube grid. "
+            "Check the point files and TRANSX, TRANSY. \n");
     } else if (grid.isTooLarge) {
         std::printf("Cube grid too large for this pair. Increase dCX, dCY or dCZ. \n");
     }
@@ -79,11 +80,11 @@ void measureInitialRms(Run& run) {
     // The walk reads coordinates apart; the work copies serve, as the solvers remake them.
     copySorted(run, pair.firstCloud, run.state.cubeCount, pair.firstWork);
     copySorted(run, pair.secondCloud, run.state.cubeCount, pair.secondWork);
-    const double rms21 = measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance,
-                                        acceptedCount, zMin);
+    const double rms21 =
+        measurePairRms(run, pair.secondWork, pair.firstWork, maxDistance, acceptedCount, zMin);
     pair.initialRms21 = static_cast<float>(rms21);
-    const double rms12 = measurePairRms(run, pair.firstWork, pair.secondWork, maxDistance,
-                                        acceptedCount, zMin);
+    const double rms12 =
+        measurePairRms(run, pair.firstWork, pair.secondWork, maxDistance, acceptedCount, zMin);
     clearWorkCloud(pair.firstWork);
     clearWorkCloud(pair.secondWork);
     pair.initialRms12 = static_cast<float>(rms12);
@@ -103,16 +104,18 @@ std::int32_t prepareScanPair(Run& run) {
     pair.firstCloud.clear();
     pair.secondCloud.clear();
     forgetKeys(run);
-    const double firstCliff = loadCloud(run, pair.firstPath, pair.firstIndex, pair.firstCloud,
-                                        pair.firstBounds);
-    const double secondCliff = loadCloud(run, pair.secondPath, pair.secondIndex, pair.secondCloud,
-                                         pair.secondBounds);
+    const double firstCliff =
+        loadCloud(run, pair.firstPath, pair.firstIndex, pair.firstCloud, pair.firstBounds);
+    const double secondCliff =
+        loadCloud(run, pair.secondPath, pair.secondIndex, pair.secondCloud, pair.secondBounds);
     pair.meanCliffDistance = (firstCliff + secondCliff) * 0.5;
     if (pair.firstCloud.empty() || pair.secondCloud.empty()) return 0;
     if (run.options.SCANTRANSFORM == 0 && runMode != 5) {
         const auto& scans = run.state.scans;
-        moveIntoSurveyFrame(run, scans.at(static_cast<std::size_t>(pair.firstIndex)), pair.firstCloud);
-        moveIntoSurveyFrame(run, scans.at(static_cast<std::size_t>(pair.secondIndex)), pair.secondCloud);
+        moveIntoSurveyFrame(run, scans.at(static_cast<std::size_t>(pair.firstIndex)),
+                            pair.firstCloud);
+        moveIntoSurveyFrame(run, scans.at(static_cast<std::size_t>(pair.secondIndex)),
+                            pair.secondCloud);
     }
     gridPairOnOverlap(run);
     if (runMode != 1 && runMode != 5 && runMode != 6) return 1;

@@ -90,7 +90,7 @@ RecordLayout vertexRecords(const PlyHeader& header, std::int64_t dataOffset) {
 struct ItemWalk {
     ByteSource* source = nullptr;
     PlyHeader* header = nullptr;
-    std::string word;          // text: the word in hand
+    std::string word;            // text: the word in hand
     std::int64_t itemIndex = 0;  // item of the element in hand, from 0
 };
 

@@ -21,11 +21,11 @@ struct TypeName {
 };
 
 constexpr TypeName typeNames[] = {
-    {"char", PlyType::int8},      {"int8", PlyType::int8},       {"uchar", PlyType::uint8},
-    {"uint8", PlyType::uint8},    {"short", PlyType::int16},     {"int16", PlyType::int16},
-    {"ushort", PlyType::uint16},  {"uint16", PlyType::uint16},   {"int", PlyType::int32},
-    {"int32", PlyType::int32},    {"uint", PlyType::uint32},     {"uint32", PlyType::uint32},
-    {"float", PlyType::float32},  {"float32", PlyType::float32}, {"double", PlyType::float64},
+    {"char", PlyType::int8},       {"int8", PlyType::int8},       {"uchar", PlyType::uint8},
+    {"uint8", PlyType::uint8},     {"short", PlyType::int16},     {"int16", PlyType::int16},
+    {"ushort", PlyType::uint16},   {"uint16", PlyType::uint16},   {"int", PlyType::int32},
+    {"int32", PlyType::int32},     {"uint", PlyType::uint32},     {"uint32", PlyType::uint32},
+    {"float", PlyType::float32},   {"float32", PlyType::float32}, {"double", PlyType::float64},
     {"float64", PlyType::float64},
 };
 
@@ -77,10 +77,14 @@ std::optional<std::int64_t> countOf(std::string_view word) {
 
 bool takeFormat(const std::vector<std::string_view>& words, PlyHeader& header) {
     if (words.size() != 3 || words[2] != "1.0") return false;
-    if (words[1] == "ascii") header.encoding = PlyEncoding::ascii;
-    else if (words[1] == "binary_little_endian") header.encoding = PlyEncoding::binaryLittleEndian;
-    else if (words[1] == "binary_big_endian") header.encoding = PlyEncoding::binaryBigEndian;
-    else return false;
+    if (words[1] == "ascii")
+        header.encoding = PlyEncoding::ascii;
+    else if (words[1] == "binary_little_endian")
+        header.encoding = PlyEncoding::binaryLittleEndian;
+    else if (words[1] == "binary_big_endian")
+        header.encoding = PlyEncoding::binaryBigEndian;
+    else
+        return false;
     return true;
 }
 
@@ -142,8 +146,8 @@ PlyProblem findCoordinates(PlyHeader& header) {
 }
 
 // One line after the first: false when it is no header line or stands out of place.
-bool takeHeaderLine(const std::vector<std::string_view>& words, PlyHeader& header,
-                    bool& hasFormat, bool& isFormatGood) {
+bool takeHeaderLine(const std::vector<std::string_view>& words, PlyHeader& header, bool& hasFormat,
+                    bool& isFormatGood) {
     const std::string_view keyword = words[0];
     if (keyword == "comment" || keyword == "obj_info") return true;
     if (keyword == "element") return takeElement(words, header);
@@ -204,23 +208,16 @@ void printPlyRefusal(const std::string& path, const PlyHeader& header) {
     if (header.problem == PlyProblem::none) return;
     std::printf("%s is a PLY file that cannot be read: ", name);
     switch (header.problem) {
-    case PlyProblem::none:
-        break;
-    case PlyProblem::noEndHeader:
-        std::printf("its header has no end_header line \n");
-        break;
+    case PlyProblem::none: break;
+    case PlyProblem::noEndHeader: std::printf("its header has no end_header line \n"); break;
     case PlyProblem::badHeaderLine:
         std::printf("header line %" PRId64 " is not a PLY header line \n", header.badLine);
         break;
     case PlyProblem::badFormat:
         std::printf("its format is not ascii, binary_little_endian or binary_big_endian 1.0 \n");
         break;
-    case PlyProblem::noVertex:
-        std::printf("it has no vertex element \n");
-        break;
-    case PlyProblem::noCoordinates:
-        std::printf("its vertices have no x, y or z \n");
-        break;
+    case PlyProblem::noVertex: std::printf("it has no vertex element \n"); break;
+    case PlyProblem::noCoordinates: std::printf("its vertices have no x, y or z \n"); break;
     case PlyProblem::coordinateType:
         std::printf("its x, y and z are not all float or double \n");
         break;

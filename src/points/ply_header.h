@@ -46,14 +46,14 @@ enum class PlyProblem {
 // The header, and what the checks of the header and of the data found.
 struct PlyHeader {
     PlyProblem problem = PlyProblem::none;
-    std::int64_t badLine = 0;           // badHeaderLine: its line number, from 1
-    std::int64_t verticesRead = 0;      // endsEarly: whole vertices before the end
-    std::string faultElement;           // badNumber: the element, and its item from 1
+    std::int64_t badLine = 0;       // badHeaderLine: its line number, from 1
+    std::int64_t verticesRead = 0;  // endsEarly: whole vertices before the end
+    std::string faultElement;       // badNumber: the element, and its item from 1
     std::int64_t faultItem = 0;
     PlyEncoding encoding = PlyEncoding::ascii;
-    std::int64_t headerLength = 0;      // bytes up to and including the end_header line
-    std::vector<PlyElement> elements;   // in file order
-    std::size_t vertexElement = 0;      // index into elements
+    std::int64_t headerLength = 0;     // bytes up to and including the end_header line
+    std::vector<PlyElement> elements;  // in file order
+    std::size_t vertexElement = 0;     // index into elements
     std::array<std::size_t, 3> coordinateProperties{};  // x, y, z: indices into its properties
 };
 

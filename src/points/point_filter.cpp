@@ -30,8 +30,10 @@ bool passesRange(const PointFilter& filter, double x, double y, double z) {
 }
 
 void widenBounds(double value, double& least, double& greatest) {
-    if (value > greatest) greatest = value;
-    else if (least > value) least = value;
+    if (value > greatest)
+        greatest = value;
+    else if (least > value)
+        least = value;
 }
 
 void filterPoint(const PointFilter& filter, double x, double y, double z, FilteredLoad& load,

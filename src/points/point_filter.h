@@ -25,10 +25,10 @@ struct PointFilter {
     double yMax = 0.0;
     double zMin = 0.0;
     double zMax = 0.0;
-    bool hasScanner = false;    // false in run mode 5: no range from a scanner, no Cliff Distance
-    double minRange = 0.0;      // MINRANGE, inclusive
-    double maxRange = 0.0;      // MAXRANGE, inclusive
-    Point3 scanner;             // gpsX, gpsY, gpsZ, for the range and the Cliff Distance
+    bool hasScanner = false;  // false in run mode 5: no range from a scanner, no Cliff Distance
+    double minRange = 0.0;    // MINRANGE, inclusive
+    double maxRange = 0.0;    // MAXRANGE, inclusive
+    Point3 scanner;           // gpsX, gpsY, gpsZ, for the range and the Cliff Distance
 };
 
 // What a load gathers besides the points themselves.
@@ -37,7 +37,7 @@ struct FilteredLoad {
     double sumX = 0.0;             // sums of the kept coordinates, for the Cliff Distance
     double sumY = 0.0;
     double sumZ = 0.0;
-    CloudBounds bounds;            // running bounds; seeded by the first point read
+    CloudBounds bounds;  // running bounds; seeded by the first point read
     bool hasFirstPoint = false;
 };
 

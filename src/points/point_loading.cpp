@@ -41,8 +41,8 @@ double loadExchangeFile(const Run& run, const std::string& path, PointFileKind k
 
 }  // namespace
 
-double loadPointFile(const Run& run, const std::string& path, const Point3& scanner,
-                     Cloud& cloud, CloudBounds& bounds, bool textAfterEmptyBinary) {
+double loadPointFile(const Run& run, const std::string& path, const Point3& scanner, Cloud& cloud,
+                     CloudBounds& bounds, bool textAfterEmptyBinary) {
     const PointFileKind kind = pointFileKindOf(path);
     if (isExchangeKind(kind)) return loadExchangeFile(run, path, kind, scanner, cloud, bounds);
     if (kind == PointFileKind::binary) {

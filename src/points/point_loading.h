@@ -17,7 +17,7 @@ namespace sorvek {
 // - LAZ, E57 and LAS or PLY files that disagree with their headers refused with one line.
 // bounds.count holds the number of points loaded. Returns the Cliff Distance: 0.0 for a
 // .bxyz cloud or a refused file, and unchanged 0.0 in run mode 5.
-double loadPointFile(const Run& run, const std::string& path, const Point3& scanner,
-                     Cloud& cloud, CloudBounds& bounds, bool textAfterEmptyBinary);
+double loadPointFile(const Run& run, const std::string& path, const Point3& scanner, Cloud& cloud,
+                     CloudBounds& bounds, bool textAfterEmptyBinary);
 
 }  // namespace sorvek

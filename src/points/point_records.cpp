@@ -44,8 +44,7 @@ void decodeColumn(std::span<const std::uint8_t> records, std::size_t recordLengt
 }
 
 void decodeField(std::span<const std::uint8_t> records, std::size_t recordLength,
-                 const CoordinateField& field, std::span<Point3> out,
-                 double Point3::*coordinate) {
+                 const CoordinateField& field, std::span<Point3> out, double Point3::*coordinate) {
     const std::size_t at = field.offset;
     switch (field.encoding) {
     case FieldEncoding::scaledInt32Little: {

@@ -23,13 +23,13 @@ enum class FieldEncoding {
 struct CoordinateField {
     std::size_t offset = 0;  // bytes from the start of the record
     FieldEncoding encoding = FieldEncoding::float64Little;
-    double scale = 1.0;      // scaledInt32Little only
-    double shift = 0.0;      // scaledInt32Little only
+    double scale = 1.0;  // scaledInt32Little only
+    double shift = 0.0;  // scaledInt32Little only
 };
 
 // Points stored as `pointCount` records of `recordLength` bytes from `dataOffset` on.
 struct RecordLayout {
-    std::int64_t dataOffset = 0;   // bytes from the start of the file
+    std::int64_t dataOffset = 0;    // bytes from the start of the file
     std::int64_t recordLength = 0;  // bytes per record; each field lies wholly inside it
     std::int64_t pointCount = 0;
     std::array<CoordinateField, 3> fields;  // x, y, z

@@ -51,13 +51,9 @@ void loadPointLines(const PointFilter& filter, std::FILE* file, std::int32_t lin
 
 }  // namespace
 
-bool isCommentStart(char first) {
-    return first == '#' || first == 'x' || first == 'X';
-}
+bool isCommentStart(char first) { return first == '#' || first == 'x' || first == 'X'; }
 
-bool isCommentLine(std::string_view line) {
-    return !line.empty() && isCommentStart(line[0]);
-}
+bool isCommentLine(std::string_view line) { return !line.empty() && isCommentStart(line[0]); }
 
 bool readTextPoints(const Run& run, const std::string& path, Cloud& cloud, CloudBounds& bounds,
                     double& cliffDistance, double zMin, const Point3& scanner) {

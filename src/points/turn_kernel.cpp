@@ -106,7 +106,8 @@ struct AxisVectors {
 };
 
 __attribute__((target("avx512f"))) inline AxisVectors axisVectors(double origin, double edge,
-                                                                  double scale, std::int32_t cubes) {
+                                                                  double scale,
+                                                                  std::int32_t cubes) {
     return {_mm512_set1_pd(origin), _mm512_set1_pd(edge), _mm512_set1_pd(scale),
             _mm512_set1_pd(static_cast<double>(cubes)), scale != 0.0};
 }
@@ -116,11 +117,12 @@ __attribute__((target("avx512f"))) inline __m256i coordinateAvx512(__m512d value
                                                                    const AxisVectors& axis,
                                                                    __mmask8& inside) {
     const __m512d offset = _mm512_sub_pd(value, axis.origin);
-    const __m512d q = axis.isScaled ? _mm512_mul_pd(offset, axis.scale)
-                                    : _mm512_div_pd(offset, axis.edge);
+    const __m512d q =
+        axis.isScaled ? _mm512_mul_pd(offset, axis.scale) : _mm512_div_pd(offset, axis.edge);
     inside &= _mm512_cmp_pd_mask(q, _mm512_set1_pd(-1.0), _CMP_GT_OQ);
     inside &= _mm512_cmp_pd_mask(q, axis.cubes, _CMP_LT_OQ);
-    return _mm512_mask_cvttpd_epi32(_mm256_setzero_si256(), allLanes, q);  // truncates toward zero; lanes outside are not used
+    return _mm512_mask_cvttpd_epi32(_mm256_setzero_si256(), allLanes,
+                                    q);  // truncates toward zero; lanes outside are not used
 }
 
 __attribute__((target("avx512f"))) void cubesAvx512(const double* x, const double* y,
@@ -137,13 +139,18 @@ __attribute__((target("avx512f"))) void cubesAvx512(const double* x, const doubl
     std::size_t i = 0;
     for (; i + 8 <= count; i += 8) {
         __mmask8 inside = 0xFF;
-        const __m512i ix = _mm512_castsi256_si512(coordinateAvx512(_mm512_loadu_pd(x + i), axisX, inside));
-        const __m512i iy = _mm512_castsi256_si512(coordinateAvx512(_mm512_loadu_pd(y + i), axisY, inside));
-        const __m512i iz = _mm512_castsi256_si512(coordinateAvx512(_mm512_loadu_pd(z + i), axisZ, inside));
+        const __m512i ix =
+            _mm512_castsi256_si512(coordinateAvx512(_mm512_loadu_pd(x + i), axisX, inside));
+        const __m512i iy =
+            _mm512_castsi256_si512(coordinateAvx512(_mm512_loadu_pd(y + i), axisY, inside));
+        const __m512i iz =
+            _mm512_castsi256_si512(coordinateAvx512(_mm512_loadu_pd(z + i), axisZ, inside));
         const __m512i cube = _mm512_add_epi32(_mm512_add_epi32(ix, _mm512_mullo_epi32(iz, layer)),
                                               _mm512_mullo_epi32(iy, slice));
-        const __m512i chosen = _mm512_mask_blend_epi32(static_cast<__mmask16>(inside), outOfGrid, cube);
-        _mm512_mask_storeu_epi32(keys + i, static_cast<__mmask16>(allLanes), chosen);  // eight lanes
+        const __m512i chosen =
+            _mm512_mask_blend_epi32(static_cast<__mmask16>(inside), outOfGrid, cube);
+        _mm512_mask_storeu_epi32(keys + i, static_cast<__mmask16>(allLanes),
+                                 chosen);  // eight lanes
     }
     cubesScalar(x, y, z, i, count, grid, keys);
 }

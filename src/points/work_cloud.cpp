@@ -43,19 +43,25 @@ CloudBounds boundsOneByOne(const CloudCoordinates& source, const Turn& turn) {
         const double x = turnedX(turn, source.x[i], source.y[i]);
         const double y = turnedY(turn, source.x[i], source.y[i]);
         const double z = source.z[i];
-        if (x > bounds.maxX) bounds.maxX = x;
-        else if (bounds.minX > x) bounds.minX = x;
-        if (y > bounds.maxY) bounds.maxY = y;
-        else if (bounds.minY > y) bounds.minY = y;
-        if (z > bounds.maxZ) bounds.maxZ = z;
-        else if (bounds.minZ > z) bounds.minZ = z;
+        if (x > bounds.maxX)
+            bounds.maxX = x;
+        else if (bounds.minX > x)
+            bounds.minX = x;
+        if (y > bounds.maxY)
+            bounds.maxY = y;
+        else if (bounds.minY > y)
+            bounds.minY = y;
+        if (z > bounds.maxZ)
+            bounds.maxZ = z;
+        else if (bounds.minZ > z)
+            bounds.minZ = z;
     }
     return bounds;
 }
 
 bool hasZeroExtreme(const CloudBounds& bounds) {
-    return bounds.minX == 0.0 || bounds.maxX == 0.0 || bounds.minY == 0.0 ||
-           bounds.maxY == 0.0 || bounds.minZ == 0.0 || bounds.maxZ == 0.0;
+    return bounds.minX == 0.0 || bounds.maxX == 0.0 || bounds.minY == 0.0 || bounds.maxY == 0.0 ||
+           bounds.minZ == 0.0 || bounds.maxZ == 0.0;
 }
 
 // A block of turned points on the stack of the thread that works on it; z is the
@@ -83,8 +89,8 @@ std::size_t threadCountOf(const Run& run) {
     return run.state.workers ? run.state.workers->threadCount : 1;
 }
 
-bool keysFit(const CubeOrderScratch& scratch, const CloudCoordinates& source,
-             const Turn& turn, const CubeGrid& grid) {
+bool keysFit(const CubeOrderScratch& scratch, const CloudCoordinates& source, const Turn& turn,
+             const CubeGrid& grid) {
     const Turn& kept = scratch.keyTurn;
     return scratch.hasKeys && scratch.keySource == source.x.data() &&
            scratch.keys.size() == source.x.size() && isSameGrid(scratch.keyGrid, grid) &&
@@ -92,8 +98,8 @@ bool keysFit(const CubeOrderScratch& scratch, const CloudCoordinates& source,
            kept.pivotX == turn.pivotX && kept.pivotY == turn.pivotY;
 }
 
-void keepKeyOrigin(CubeOrderScratch& scratch, const CloudCoordinates& source,
-                   const Turn& turn, const CubeGrid& grid) {
+void keepKeyOrigin(CubeOrderScratch& scratch, const CloudCoordinates& source, const Turn& turn,
+                   const CubeGrid& grid) {
     scratch.hasKeys = true;
     scratch.keySource = source.x.data();
     scratch.keyTurn = turn;
@@ -108,8 +114,8 @@ void resizeCloud(WorkCloud& cloud, std::size_t count) {
 }
 
 // Cubes of the turned source on `grid`, which has cubes.
-void keysOfTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
-                  const CubeGrid& grid, CubeOrderScratch& scratch) {
+void keysOfTurned(Run& run, const CloudCoordinates& source, const Turn& turn, const CubeGrid& grid,
+                  CubeOrderScratch& scratch) {
     const std::size_t count = source.x.size();
     scratch.keys.resize(count);
     scratch.countedParts = 0;
@@ -118,11 +124,12 @@ void keysOfTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
         TurnedBlock block;
         forEachBlock(partBegin(count, part, partCount), partBegin(count, part + 1, partCount),
                      [&](std::size_t first, std::size_t length) {
-            turnBlock(source, first, length, turn, block);
-            cubesOf(std::span<const double>(block.x, length), std::span<const double>(block.y, length),
-                    std::span<const double>(source.z).subspan(first, length), grid,
-                    std::span<std::uint32_t>(scratch.keys).subspan(first, length));
-        });
+                         turnBlock(source, first, length, turn, block);
+                         cubesOf(std::span<const double>(block.x, length),
+                                 std::span<const double>(block.y, length),
+                                 std::span<const double>(source.z).subspan(first, length), grid,
+                                 std::span<std::uint32_t>(scratch.keys).subspan(first, length));
+                     });
     });
     keepKeyOrigin(scratch, source, turn, grid);
 }
@@ -170,20 +177,23 @@ CloudBounds turnedBounds(Run& run, const CloudCoordinates& source, const Turn& t
     std::vector<PartBounds> parts(partCount);
     runParts(run.state.workers.get(), partCount, [&](std::size_t part) {
         PartBounds extent;
-        std::uint32_t* row = countedParts > 0 ? scratch.counts.data() + part * bucketCount : nullptr;
+        std::uint32_t* row =
+            countedParts > 0 ? scratch.counts.data() + part * bucketCount : nullptr;
         TurnedBlock block;
         forEachBlock(partBegin(count, part, partCount), partBegin(count, part + 1, partCount),
                      [&](std::size_t first, std::size_t length) {
-            turnBlock(source, first, length, turn, block);
-            const std::span<const double> x(block.x, length), y(block.y, length);
-            const std::span<const double> z = std::span<const double>(source.z).subspan(first, length);
-            widenBounds(x, y, z, extent);
-            if (!keepsKeys) return;
-            const std::span<std::uint32_t> keys = std::span<std::uint32_t>(scratch.keys).subspan(first, length);
-            cubesOf(x, y, z, guess, keys);
-            if (row == nullptr) return;
-            for (const std::uint32_t key : keys) ++row[key];
-        });
+                         turnBlock(source, first, length, turn, block);
+                         const std::span<const double> x(block.x, length), y(block.y, length);
+                         const std::span<const double> z =
+                             std::span<const double>(source.z).subspan(first, length);
+                         widenBounds(x, y, z, extent);
+                         if (!keepsKeys) return;
+                         const std::span<std::uint32_t> keys =
+                             std::span<std::uint32_t>(scratch.keys).subspan(first, length);
+                         cubesOf(x, y, z, guess, keys);
+                         if (row == nullptr) return;
+                         for (const std::uint32_t key : keys) ++row[key];
+                     });
         parts[part] = extent;
     });
     bounds.count = static_cast<std::int32_t>(count);  // the readers stop below 2^31
@@ -199,8 +209,8 @@ CloudBounds turnedBounds(Run& run, const CloudCoordinates& source, const Turn& t
     return bounds;
 }
 
-void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
-                 const CubeGrid& grid, CubeOrderScratch& scratch, WorkCloud& cloud) {
+void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn, const CubeGrid& grid,
+                 CubeOrderScratch& scratch, WorkCloud& cloud) {
     const std::size_t count = source.x.size();
     markChanged(cloud);
     resizeCloud(cloud, count);
@@ -231,16 +241,17 @@ void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
         std::uint32_t* cube = cloud.cube.data();
         forEachBlock(partBegin(count, part, placeParts), partBegin(count, part + 1, placeParts),
                      [&](std::size_t first, std::size_t length) {
-            turnBlock(source, first, length, turn, block);
-            const double* sourceZ = source.z.data() + first;
-            for (std::size_t j = 0; j < length; ++j) {
-                const std::uint32_t place = takePlace(scratch, places, part, first + j);
-                x[place] = block.x[j];
-                y[place] = block.y[j];
-                z[place] = sourceZ[j];
-                cube[place] = scratch.keys[first + j];
-            }
-        });
+                         turnBlock(source, first, length, turn, block);
+                         const double* sourceZ = source.z.data() + first;
+                         for (std::size_t j = 0; j < length; ++j) {
+                             const std::uint32_t place =
+                                 takePlace(scratch, places, part, first + j);
+                             x[place] = block.x[j];
+                             y[place] = block.y[j];
+                             z[place] = sourceZ[j];
+                             cube[place] = scratch.keys[first + j];
+                         }
+                     });
     });
     cloud.inGridCount = places.beforeLastBucket;
 }

@@ -43,8 +43,8 @@ CloudBounds turnedBounds(Run& run, const CloudCoordinates& source, const Turn& t
 
 // `source` turned by `turn`, in cube order on `grid`: what a turned copy, assigned and
 // stably sorted by cube, would hold.
-void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn,
-                 const CubeGrid& grid, CubeOrderScratch& scratch, WorkCloud& cloud);
+void placeTurned(Run& run, const CloudCoordinates& source, const Turn& turn, const CubeGrid& grid,
+                 CubeOrderScratch& scratch, WorkCloud& cloud);
 
 // Puts `cloud` in cube order on `grid`, stably from the order it has. `spare` serves as
 // the second array.

@@ -49,9 +49,10 @@ std::size_t firstNotBelow(std::span<const std::uint32_t> cubes, std::size_t from
     }
     const std::size_t low = below - step / 2;  // the last probe below `cube`, or `from`
     const std::size_t high = std::min(below, cubes.size());
-    return static_cast<std::size_t>(std::lower_bound(cubes.begin() + static_cast<std::ptrdiff_t>(low),
-                                                     cubes.begin() + static_cast<std::ptrdiff_t>(high), cube) -
-                                    cubes.begin());
+    return static_cast<std::size_t>(
+        std::lower_bound(cubes.begin() + static_cast<std::ptrdiff_t>(low),
+                         cubes.begin() + static_cast<std::ptrdiff_t>(high), cube) -
+        cubes.begin());
 }
 
 Point3 pointAt(const CubeRuns& cloud, std::size_t position) {
@@ -72,10 +73,10 @@ void takeSample(const CubeRuns& reference, const SampleRule& rule, const Point3&
         return;
     }
     if (nearest.position[2] < 0) return;  // the plane needs all three places
-    const Plane plane = planeThroughPoints(
-        pointAt(reference, static_cast<std::size_t>(nearest.position[0])),
-        pointAt(reference, static_cast<std::size_t>(nearest.position[1])),
-        pointAt(reference, static_cast<std::size_t>(nearest.position[2])));
+    const Plane plane =
+        planeThroughPoints(pointAt(reference, static_cast<std::size_t>(nearest.position[0])),
+                           pointAt(reference, static_cast<std::size_t>(nearest.position[1])),
+                           pointAt(reference, static_cast<std::size_t>(nearest.position[2])));
     if (isDegenerate(plane)) return;
     const double distance = distanceToPlane(plane, sample);
     if (!(rule.maxDistance >= distance && distance >= rule.minDistance)) return;
@@ -85,9 +86,8 @@ void takeSample(const CubeRuns& reference, const SampleRule& rule, const Point3&
 }
 
 // Every sample of a cube meets the same reference run.
-void sampleCube(const CubeRuns& reference, std::size_t runBegin,
-                std::size_t runEnd, std::span<const Point3> samples,
-                const SampleRule& rule, WalkPart& part) {
+void sampleCube(const CubeRuns& reference, std::size_t runBegin, std::size_t runEnd,
+                std::span<const Point3> samples, const SampleRule& rule, WalkPart& part) {
     const ReferenceRun run{reference.x.data() + runBegin, reference.y.data() + runBegin,
                            reference.z.data() + runBegin, runEnd - runBegin,
                            static_cast<std::int32_t>(runBegin)};
@@ -133,15 +133,16 @@ void samplePart(const CubeRuns& subject, const WalkLimits& limits, std::size_t b
         const auto n = static_cast<std::int64_t>(part.candidates.size());
         for (std::int32_t k = 0; k < limits.samplesPerCube; ++k) {
             const std::int64_t place = (std::int64_t{k} * n) / limits.samplesPerCube;
-            const auto chosen = static_cast<std::size_t>(part.candidates[static_cast<std::size_t>(place)]);
+            const auto chosen =
+                static_cast<std::size_t>(part.candidates[static_cast<std::size_t>(place)]);
             part.samples.push_back(pointAt(subject, chosen));
         }
     }
 }
 
 // The sampled cubes of a part against their reference runs.
-void walkPart(const CubeRuns& reference, const WalkLimits& limits,
-              const SampleRule& rule, WalkPart& part) {
+void walkPart(const CubeRuns& reference, const WalkLimits& limits, const SampleRule& rule,
+              WalkPart& part) {
     part.accepted.clear();
     part.hasTooManyPoints = part.stopsForTooManyPoints;
     if (rule.measuresNothing || part.sampledCubes.empty()) return;
@@ -156,8 +157,8 @@ void walkPart(const CubeRuns& reference, const WalkLimits& limits,
         // Every sample of a cube counts the same reference run, whatever the distances:
         // the cube passes the neighbour test or is dropped whole.
         if (cursor - runBegin < samplesNeeded) continue;
-        sampleCube(reference, runBegin, cursor,
-                   samples.subspan(sampled.firstSample, samplesNeeded), rule, part);
+        sampleCube(reference, runBegin, cursor, samples.subspan(sampled.firstSample, samplesNeeded),
+                   rule, part);
     }
 }
 
@@ -184,8 +185,8 @@ void walkCubes(Run& run, const CubeRuns& subject, const CubeRuns& reference, dou
     const std::size_t subjectCount = subject.cube.size();
     const std::size_t partCount = partCountFor(run, subjectCount);
     std::vector<WalkPart>& parts = scratch.parts;
-    const SamplingKey wanted{subject.stamp, subjectCount, limits.zMin, limits.zMax,
-                             limits.samplesPerCube, partCount};
+    const SamplingKey wanted{subject.stamp, subjectCount,          limits.zMin,
+                             limits.zMax,   limits.samplesPerCube, partCount};
     const bool isSampled = isSampledAlready(scratch.sampled, wanted) && parts.size() == partCount;
     parts.resize(partCount);
     std::vector<std::size_t> begins;

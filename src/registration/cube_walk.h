@@ -54,8 +54,8 @@ struct SampledCube {
 struct WalkPart {
     std::vector<SampleOutcome> accepted;
     std::vector<std::int32_t> candidates;  // subject positions of the cube in hand
-    bool hasTooManyPoints = false;  // a cube of this part held more than 999,995 candidates;
-                                    // the part stopped there
+    bool hasTooManyPoints = false;         // a cube of this part held more than 999,995 candidates;
+                                           // the part stopped there
     // The part's share of the subject, sampled: which cubes give samples, and the samples,
     // NUMPPC a cube, side by side. It depends on the subject alone, so it is kept while the
     // subject and the sampling limits stay as they are.

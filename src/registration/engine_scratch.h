@@ -12,13 +12,13 @@
 namespace sorvek {
 
 struct EngineScratch {
-    CloudCoordinates firstSource;    // the loaded clouds' coordinates apart, for the turns
+    CloudCoordinates firstSource;  // the loaded clouds' coordinates apart, for the turns
     CloudCoordinates secondSource;
-    CubeOrderScratch firstOrder;     // ordering of the first cloud or its work copy
-    CubeOrderScratch secondOrder;    // ordering of the second
-    WorkCloud spare;                 // second array when a work cloud is put in order again
-    WalkScratch walk;                // what each part of the walk accepted, and the
-                                     // sampling of the latest subject
+    CubeOrderScratch firstOrder;   // ordering of the first cloud or its work copy
+    CubeOrderScratch secondOrder;  // ordering of the second
+    WorkCloud spare;               // second array when a work cloud is put in order again
+    WalkScratch walk;              // what each part of the walk accepted, and the
+                                   // sampling of the latest subject
 };
 
 EngineScratch& engineScratch(Run& run);

@@ -7,8 +7,8 @@
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/engine_scratch.h"
-#include "registration/solver_progress.h"
 #include "registration/solver_pair.h"
+#include "registration/solver_progress.h"
 #include "registration/solver_schedule.h"
 
 namespace sorvek {
@@ -21,15 +21,14 @@ struct TrialPair {
 };
 
 void printProgress(const Run& run, double rms) {
-    std::printf("registering points, Percent Complete %f, RMS:  %lf\r", run.state.percentDone,
-                rms);
+    std::printf("registering points, Percent Complete %f, RMS:  %lf\r", run.state.percentDone, rms);
 }
 
 // Every trial of one grid, every first-scan value against every second-scan value. The
 // clouds move by incremental turns in place and keep the cubes and order of the start of
 // the iteration. Leaves secondWork where it found it and firstWork at the returned trial.
-double walkTrialGrid(Run& run, const MeasureCalls& measures, const TrialGrid& grid,
-                     TrialPair& best, double& bestRms) {
+double walkTrialGrid(Run& run, const MeasureCalls& measures, const TrialGrid& grid, TrialPair& best,
+                     double& bestRms) {
     PairState& pair = run.pair;
     const ScanRecord& firstScan = firstScanOf(run);
     const ScanRecord& secondScan = secondScanOf(run);
@@ -47,9 +46,9 @@ double walkTrialGrid(Run& run, const MeasureCalls& measures, const TrialGrid& gr
             turnInPlace(run, pair.secondWork,
                         turnAbout(grid.trialStep, secondScan.gpsX, secondScan.gpsY));
             std::int32_t trialCount = 0;  // the grid's pair counts are not reported
-            const double rms = measures.measure(run, pair.secondWork, pair.firstWork,
-                                                run.options.MAXDISTINITIAL, trialCount,
-                                                run.options.ZMIN);
+            const double rms =
+                measures.measure(run, pair.secondWork, pair.firstWork, run.options.MAXDISTINITIAL,
+                                 trialCount, run.options.ZMIN);
             if (bestRms > rms) {  // strict: of two equal trials the earlier stays
                 best = {firstTrial, secondTrial};
                 bestRms = rms;
@@ -57,7 +56,8 @@ double walkTrialGrid(Run& run, const MeasureCalls& measures, const TrialGrid& gr
             }
             if (!(trialLimit > secondTrial)) break;
         }
-        turnInPlace(run, pair.secondWork, turnAbout(-secondTrial, secondScan.gpsX, secondScan.gpsY));
+        turnInPlace(run, pair.secondWork,
+                    turnAbout(-secondTrial, secondScan.gpsX, secondScan.gpsY));
         if (!(trialLimit > firstTrial)) break;
     }
     return firstTrial;
@@ -98,7 +98,8 @@ double closeCycle(Run& run, const MeasureCalls& measures, const TrialPair& total
     const Turn firstTurn = turnAbout(totals.first, firstScan.gpsX, firstScan.gpsY);
     const Turn secondTurn = turnAbout(totals.second, secondScan.gpsX, secondScan.gpsY);
     pair.firstBounds = turnedBounds(run, scratch.firstSource, firstTurn, guess, scratch.firstOrder);
-    pair.secondBounds = turnedBounds(run, scratch.secondSource, secondTurn, guess, scratch.secondOrder);
+    pair.secondBounds =
+        turnedBounds(run, scratch.secondSource, secondTurn, guess, scratch.secondOrder);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
     const CubeGrid cubes = layCubeGrid(run.options, pair.overlapBounds, run.options.ZMIN);
     run.state.cubeCount = cubes.cubeCount;

@@ -5,8 +5,6 @@
 
 namespace sorvek {
 
-MeasureCalls standardMeasureCalls() {
-    return {measurePairRms, estimateRotation};
-}
+MeasureCalls standardMeasureCalls() { return {measurePairRms, estimateRotation}; }
 
 }  // namespace sorvek

@@ -11,15 +11,15 @@
 namespace sorvek {
 
 // Same arguments and contract as measurePairRms.
-using PairRmsCall = std::function<double(Run& run, const WorkCloud& subject,
-                                         const WorkCloud& reference, double maxDistance,
-                                         std::int32_t& acceptedCount, double zMin)>;
+using PairRmsCall =
+    std::function<double(Run& run, const WorkCloud& subject, const WorkCloud& reference,
+                         double maxDistance, std::int32_t& acceptedCount, double zMin)>;
 
 // Same arguments and contract as estimateRotation.
-using RotationEstimateCall = std::function<double(
-    Run& run, const WorkCloud& subject, const WorkCloud& reference, double maxDistance,
-    double minDistance, std::int32_t& acceptedCount, double& rotationOut, double pivotX,
-    double pivotY, double zMin)>;
+using RotationEstimateCall =
+    std::function<double(Run& run, const WorkCloud& subject, const WorkCloud& reference,
+                         double maxDistance, double minDistance, std::int32_t& acceptedCount,
+                         double& rotationOut, double pivotX, double pivotY, double zMin)>;
 
 struct MeasureCalls {
     PairRmsCall measure;            // RMS of subject against reference

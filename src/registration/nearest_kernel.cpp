@@ -47,7 +47,7 @@ void scalarTail(const ReferenceRun& run, std::size_t from, double sx, double sy,
 }
 
 __attribute__((target("avx2"))) NearestList nearestAvx2(const ReferenceRun& run, double sx,
-                                                         double sy, double sz) {
+                                                        double sy, double sz) {
     NearestList nearest;
     const __m256d vx = _mm256_set1_pd(sx);
     const __m256d vy = _mm256_set1_pd(sy);
@@ -112,7 +112,8 @@ __attribute__((target("avx512f"))) double thirdPlaceBoundAvx512(const ReferenceR
     blockEnd = i;
     alignas(64) double lanes[8];
     _mm512_store_pd(lanes, least);
-    double values[3] = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
+    double values[3] = {std::numeric_limits<double>::infinity(),
+                        std::numeric_limits<double>::infinity(),
                         std::numeric_limits<double>::infinity()};
     const auto keep = [&](double q) {
         if (!(q < values[2])) return;
@@ -139,7 +140,7 @@ __attribute__((target("avx512f"))) double thirdPlaceBoundAvx512(const ReferenceR
 // them are in, enters no more. The first pass finds a bound at or above that distance
 // without a branch; the second meets the few points at or below the bound.
 __attribute__((target("avx512f"))) NearestList nearestAvx512(const ReferenceRun& run, double sx,
-                                                              double sy, double sz) {
+                                                             double sy, double sz) {
     NearestList nearest;
     const __m512d vx = _mm512_set1_pd(sx);
     const __m512d vy = _mm512_set1_pd(sy);
@@ -158,8 +159,8 @@ __attribute__((target("avx512f"))) NearestList nearestAvx512(const ReferenceRun&
         } else {
             q = blockDistancesAvx512(run, i, vx, vy, vz);
         }
-        unsigned passing = _mm512_cmp_pd_mask(q, vlimit, _CMP_LE_OQ) &
-                           _mm512_cmp_pd_mask(q, never, _CMP_LT_OQ);
+        unsigned passing =
+            _mm512_cmp_pd_mask(q, vlimit, _CMP_LE_OQ) & _mm512_cmp_pd_mask(q, never, _CMP_LT_OQ);
         if (passing == 0) continue;
         alignas(64) double lanes[8];
         _mm512_store_pd(lanes, q);

@@ -88,7 +88,8 @@ double measurePairRms(Run& run, const WorkCloud& subject, const WorkCloud& refer
     std::int32_t count = 0;
     for (const WalkPart& part : walk.parts) {
         for (const SampleOutcome& outcome : part.accepted) {
-            if (isModeFive) writeDiagnostics(files, outcome.distance, outcome.sample, outcome.partner);
+            if (isModeFive)
+                writeDiagnostics(files, outcome.distance, outcome.sample, outcome.partner);
             sum += rule.isPointToPoint ? outcome.distance : outcome.distance * outcome.distance;
             ++count;
         }
@@ -96,9 +97,8 @@ double measurePairRms(Run& run, const WorkCloud& subject, const WorkCloud& refer
     }
     acceptedCount = count;
     // With MINNUMPTS of 0 and nothing accepted this is 0 / 0, not a number, on purpose.
-    const double rms = count >= run.options.MINNUMPTS
-                           ? std::sqrt(sum / static_cast<double>(count))
-                           : 999.0;
+    const double rms =
+        count >= run.options.MINNUMPTS ? std::sqrt(sum / static_cast<double>(count)) : 999.0;
     closeDiagnostics(files);
     return rms;
 }

@@ -7,8 +7,8 @@
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/engine_scratch.h"
-#include "registration/solver_progress.h"
 #include "registration/solver_pair.h"
+#include "registration/solver_progress.h"
 #include "registration/solver_schedule.h"
 
 namespace sorvek {
@@ -22,8 +22,8 @@ constexpr double noPreviousBest = 9999.999;
 
 // The best candidate so far and the running rotation of the second scan, radians.
 struct SearchState {
-    double bestFirst = 0.0;    // also the centre of the next range
-    double bestSecond = 0.0;   // secondTotal of the best candidate
+    double bestFirst = 0.0;   // also the centre of the next range
+    double bestSecond = 0.0;  // secondTotal of the best candidate
     double bestRms = 0.0;
     double secondTotal = 0.0;  // never reset: carries from candidate to candidate
 };
@@ -37,8 +37,8 @@ void printProgress(const Run& run, double rms, const SearchThresholds& limits) {
 // which a cloud's cubes are taken in the same pass as its bounds; the guess is almost
 // always right, since a small turn seldom changes the common box's grid.
 struct PassGrids {
-    CubeGrid last;                 // grid of the latest pass
-    CubeGrid firstWork;            // grid firstWork is in order on
+    CubeGrid last;                   // grid of the latest pass
+    CubeGrid firstWork;              // grid firstWork is in order on
     bool isFirstWorkPlaced = false;  // firstWork holds this candidate's turn
 };
 
@@ -47,8 +47,7 @@ struct PassGrids {
 // grid as last time its cubes would come out the same and a stable sort would leave it as
 // it is, so it is left alone; on a new grid it is put in order again from the order it
 // has, as a stable sort would.
-void gridBothWorkClouds(Run& run, const Turn& firstTurn, const Turn& secondTurn,
-                        PassGrids& grids) {
+void gridBothWorkClouds(Run& run, const Turn& firstTurn, const Turn& secondTurn, PassGrids& grids) {
     PairState& pair = run.pair;
     EngineScratch& scratch = engineScratch(run);
     pair.overlapBounds = overlapOf(pair.firstBounds, pair.secondBounds);
@@ -67,9 +66,9 @@ void gridBothWorkClouds(Run& run, const Turn& firstTurn, const Turn& secondTurn,
 
 // Drives secondTotal to convergence against firstWork. Every pass remakes the second
 // cloud from the loaded one, and both grids, because the turn moves the common box.
-void convergeSecondRotation(Run& run, const MeasureCalls& measures,
-                            const SearchThresholds& limits, const Turn& firstTurn,
-                            SearchState& state, PassGrids& grids, std::int32_t& pointCount) {
+void convergeSecondRotation(Run& run, const MeasureCalls& measures, const SearchThresholds& limits,
+                            const Turn& firstTurn, SearchState& state, PassGrids& grids,
+                            std::int32_t& pointCount) {
     PairState& pair = run.pair;
     const ScanRecord& secondScan = secondScanOf(run);
     EngineScratch& scratch = engineScratch(run);
@@ -79,10 +78,9 @@ void convergeSecondRotation(Run& run, const MeasureCalls& measures,
         pair.secondBounds =
             turnedBounds(run, scratch.secondSource, secondTurn, grids.last, scratch.secondOrder);
         gridBothWorkClouds(run, firstTurn, secondTurn, grids);
-        measures.estimate(run, pair.firstWork, pair.secondWork,
-                          static_cast<double>(limits.maxDist), static_cast<double>(limits.minDist),
-                          pointCount, secondStep, secondScan.gpsX, secondScan.gpsY,
-                          run.options.ZMIN);
+        measures.estimate(run, pair.firstWork, pair.secondWork, static_cast<double>(limits.maxDist),
+                          static_cast<double>(limits.minDist), pointCount, secondStep,
+                          secondScan.gpsX, secondScan.gpsY, run.options.ZMIN);
         state.secondTotal += secondStep;
         // Signed on purpose: any step below the threshold ends the passes, a large
         // negative one too, and it still counts in the total.
@@ -101,7 +99,8 @@ void tryCandidate(Run& run, const MeasureCalls& measures, const SearchThresholds
     EngineScratch& scratch = engineScratch(run);
     printProgress(run, state.bestRms, limits);
     const Turn firstTurn = turnAbout(candidate, firstScan.gpsX, firstScan.gpsY);
-    pair.firstBounds = turnedBounds(run, scratch.firstSource, firstTurn, grids.last, scratch.firstOrder);
+    pair.firstBounds =
+        turnedBounds(run, scratch.firstSource, firstTurn, grids.last, scratch.firstOrder);
     grids.isFirstWorkPlaced = false;
     convergeSecondRotation(run, measures, limits, firstTurn, state, grids, pointCount);
 
@@ -109,9 +108,9 @@ void tryCandidate(Run& run, const MeasureCalls& measures, const SearchThresholds
     const Turn secondTurn = turnAbout(state.secondTotal, secondScan.gpsX, secondScan.gpsY);
     placeTurned(run, scratch.secondSource, secondTurn, grids.last, scratch.secondOrder,
                 pair.secondWork);
-    const double rms = measures.measure(run, pair.firstWork, pair.secondWork,
-                                        static_cast<double>(limits.maxDist), pointCount,
-                                        run.options.ZMIN);
+    const double rms =
+        measures.measure(run, pair.firstWork, pair.secondWork, static_cast<double>(limits.maxDist),
+                         pointCount, run.options.ZMIN);
     if (state.bestRms > rms) {
         state.bestFirst = candidate;
         state.bestSecond = state.secondTotal;
@@ -136,9 +135,8 @@ void walkCandidates(Run& run, const MeasureCalls& measures, const CandidateWalk&
 
 }  // namespace
 
-double solvePartialLeastSquares(Run& run, const MeasureCalls& measures,
-                                double& firstRotationDeg, double& secondRotationDeg,
-                                std::int32_t& pointCount) {
+double solvePartialLeastSquares(Run& run, const MeasureCalls& measures, double& firstRotationDeg,
+                                double& secondRotationDeg, std::int32_t& pointCount) {
     if (refusePair(run, firstRotationDeg, secondRotationDeg)) return refusedPairRms;
     const RunOptions& options = run.options;
     SearchState state;

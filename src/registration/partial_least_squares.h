@@ -10,8 +10,7 @@ namespace sorvek {
 
 // Rotations out in degrees. Returns the best RMS, never above initialRms. A pair that is
 // not prepared (a scan index outside the table, an empty cloud) is refused without a word.
-double solvePartialLeastSquares(Run& run, const MeasureCalls& measures,
-                                double& firstRotationDeg, double& secondRotationDeg,
-                                std::int32_t& pointCount);
+double solvePartialLeastSquares(Run& run, const MeasureCalls& measures, double& firstRotationDeg,
+                                double& secondRotationDeg, std::int32_t& pointCount);
 
 }  // namespace sorvek

@@ -7,8 +7,8 @@
 #include "points/transforms.h"
 #include "points/work_cloud.h"
 #include "registration/engine_scratch.h"
-#include "registration/solver_progress.h"
 #include "registration/solver_pair.h"
+#include "registration/solver_progress.h"
 #include "registration/solver_schedule.h"
 #include "run/int32_arithmetic.h"
 
@@ -24,8 +24,8 @@ struct RotationTotals {
 // Where the alternation stands; it carries across cycles.
 struct PingPongProgress {
     RotationTotals totals;
-    double lastRms = 0.0;              // RMS of the latest estimate of the first scan
-    std::int32_t iterationCount = 0;   // passes over all cycles
+    double lastRms = 0.0;             // RMS of the latest estimate of the first scan
+    std::int32_t iterationCount = 0;  // passes over all cycles
 };
 
 // Each cycle starts from the loaded clouds turned by the totals, so that every total,
@@ -56,8 +56,8 @@ void runPasses(Run& run, const MeasureCalls& measures, const PingPongThresholds&
     for (std::int32_t pass = 0; pass < options.MAXITER; ++pass) {
         double secondStep = 0.0;  // an estimate with too few pairs leaves its angle unwritten
         double firstStep = 0.0;
-        measures.estimate(run, pair.firstWork, pair.secondWork, limits.maxDist, minDist,
-                          pointCount, secondStep, secondScan.gpsX, secondScan.gpsY, options.ZMIN);
+        measures.estimate(run, pair.firstWork, pair.secondWork, limits.maxDist, minDist, pointCount,
+                          secondStep, secondScan.gpsX, secondScan.gpsY, options.ZMIN);
         progress.totals.second += secondStep;
         turnInPlace(run, pair.secondWork, turnAbout(secondStep, secondScan.gpsX, secondScan.gpsY));
         progress.lastRms =
@@ -67,11 +67,12 @@ void runPasses(Run& run, const MeasureCalls& measures, const PingPongThresholds&
         turnInPlace(run, pair.firstWork, turnAbout(firstStep, firstScan.gpsX, firstScan.gpsY));
 
         run.state.percentDone = wholePercentOfPairs(run.state.pairsDone, run.state.progressScans);
-        std::printf("%0.1f Complete, RMSmin = %lf, %i pts, Dist %f to %f \r",
-                    run.state.percentDone, progress.lastRms, pointCount, minDist, limits.maxDist);
+        std::printf("%0.1f Complete, RMSmin = %lf, %i pts, Dist %f to %f \r", run.state.percentDone,
+                    progress.lastRms, pointCount, minDist, limits.maxDist);
         const bool isLastPass = options.alphaThreshRad > std::fabs(secondStep) &&
                                 options.alphaThreshRad > std::fabs(firstStep);
-        progress.iterationCount = wrappingIncrement(progress.iterationCount);  // wraps past 2^31 - 1
+        progress.iterationCount =
+            wrappingIncrement(progress.iterationCount);  // wraps past 2^31 - 1
         if (isLastPass) break;
     }
 }
@@ -125,11 +126,11 @@ double solvePingPong(Run& run, const MeasureCalls& measures, double& firstRotati
     firstScan.southRotation = progress.totals.first;
     secondScan.northRotation = progress.totals.second;
     iterationCount = progress.iterationCount;
-    printSolverResult(
-        pair.initialRms, progress.lastRms,
-        "RMSfinal:  %lf  rotations of Scan %i = %lf && Scan %i = %lf from %i pts in %i iterations\n",
-        progress.lastRms, firstScan.scanId, firstRotationDeg, secondScan.scanId, secondRotationDeg,
-        pointCount, progress.iterationCount);
+    printSolverResult(pair.initialRms, progress.lastRms,
+                      "RMSfinal:  %lf  rotations of Scan %i = %lf && Scan %i = %lf from %i pts in "
+                      "%i iterations\n",
+                      progress.lastRms, firstScan.scanId, firstRotationDeg, secondScan.scanId,
+                      secondRotationDeg, pointCount, progress.iterationCount);
     clearWorkCloud(pair.firstWork);  // empty between pairs; the capacity serves the next
     clearWorkCloud(pair.secondWork);
     return progress.lastRms;

@@ -55,8 +55,8 @@ double rotationFromSums(const FitSums& sums, double px, double py) {
     const double n = static_cast<double>(sums.acceptedCount);
     const double X = ((sums.Sfysy + sums.Sfxsx) - (sums.Sfy + sums.Ssy) * py) -
                      (sums.Sfx + sums.Ssx) * px + (px * px + py * py) * n;
-    const double Y = sums.Sfysx - sums.Ssx * py - sums.Sfxsy + sums.Sfx * py + sums.Ssy * px -
-                     sums.Sfy * px;
+    const double Y =
+        sums.Sfysx - sums.Ssx * py - sums.Sfxsy + sums.Sfx * py + sums.Ssy * px - sums.Sfy * px;
     return -std::atan2(Y, X);
 }
 
@@ -70,7 +70,7 @@ double estimateRotation(Run& run, const WorkCloud& subject, const WorkCloud& ref
     SampleRule rule;
     rule.isPointToPoint = metric == ErrorMetric::pointToPoint;
     rule.measuresNothing = metric == ErrorMetric::unnamed;  // only the two metrics are fitted
-    rule.needsPartner = !rule.isPointToPoint;  // the foot on the plane
+    rule.needsPartner = !rule.isPointToPoint;               // the foot on the plane
     rule.maxDistance = maxDistance;
     rule.minDistance = minDistance;
     WalkScratch& walk = engineScratch(run).walk;
@@ -78,7 +78,8 @@ double estimateRotation(Run& run, const WorkCloud& subject, const WorkCloud& ref
     // Every sum is formed here, one accepted sample after the other in walk order.
     FitSums sums;
     for (const WalkPart& part : walk.parts) {
-        for (const SampleOutcome& outcome : part.accepted) addToFit(outcome, rule.isPointToPoint, sums);
+        for (const SampleOutcome& outcome : part.accepted)
+            addToFit(outcome, rule.isPointToPoint, sums);
         if (part.hasTooManyPoints) stopForTooManyPoints();
     }
     acceptedCount = sums.acceptedCount;

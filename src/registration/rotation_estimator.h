@@ -12,8 +12,7 @@ namespace sorvek {
 // `rotationOut` (radians, to be applied to `reference` about the pivot) only when a
 // result is computed.
 double estimateRotation(Run& run, const WorkCloud& subject, const WorkCloud& reference,
-                        double maxDistance,
-                        double minDistance, std::int32_t& acceptedCount, double& rotationOut,
-                        double pivotX, double pivotY, double zMin);
+                        double maxDistance, double minDistance, std::int32_t& acceptedCount,
+                        double& rotationOut, double pivotX, double pivotY, double zMin);
 
 }  // namespace sorvek

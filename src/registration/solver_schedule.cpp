@@ -58,8 +58,7 @@ PingPongThresholds pingPongThresholds(const RunOptions& options, std::int32_t cy
     return limits;
 }
 
-SearchThresholds partialLeastSquaresThresholds(const RunOptions& options,
-                                               std::int32_t iteration) {
+SearchThresholds partialLeastSquaresThresholds(const RunOptions& options, std::int32_t iteration) {
     if (options.MAXITER == 1) {
         return {toFloat32(options.MAXDISTFINAL), toFloat32(options.MINDISTFINAL)};
     }

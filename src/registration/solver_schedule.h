@@ -38,8 +38,7 @@ struct SearchThresholds {
 
 // Limits of iteration `iteration` (0 <= iteration < MAXITER). A single iteration runs at
 // the final values.
-SearchThresholds partialLeastSquaresThresholds(const RunOptions& options,
-                                               std::int32_t iteration);
+SearchThresholds partialLeastSquaresThresholds(const RunOptions& options, std::int32_t iteration);
 
 // The candidates of one searched iteration: firstCandidate, then steps of searchStep
 // while upperAngle stays above the candidate. All radians.

@@ -34,8 +34,9 @@ double distanceToPlane(const Plane& plane, const Point3& point) {
                   (plane.normalY * plane.normalY + plane.normalX * plane.normalX));
     // Only underflow of the squares can bring a non-degenerate normal here.
     if (length == 0.0) return 0.0;
-    const double offset = ((plane.normalY * point.y + plane.normalX * point.x) +
-                           plane.normalZ * point.z) + plane.planeD;
+    const double offset =
+        ((plane.normalY * point.y + plane.normalX * point.x) + plane.normalZ * point.z) +
+        plane.planeD;
     return std::fabs(offset) / length;
 }
 

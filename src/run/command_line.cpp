@@ -14,7 +14,8 @@ namespace {
 
 // "--mode needs a mode from 0 to 9, not "12"": the reason when a value will not do.
 std::string refusedValue(std::string_view flag, std::string_view needs, std::string_view value) {
-    return std::string(flag) + " needs " + std::string(needs) + ", not \"" + std::string(value) + "\"";
+    return std::string(flag) + " needs " + std::string(needs) + ", not \"" + std::string(value) +
+           "\"";
 }
 
 constexpr std::string_view threadsNeed = "a number of threads from 1 to 1024";
@@ -130,14 +131,16 @@ std::string takeFlag(CommandLine& commandLine, int argumentCount, char** argumen
         if (equals != std::string_view::npos) return std::string(name) + " takes no value";
         return rule->take(commandLine, {});
     }
-    if (equals != std::string_view::npos) return rule->take(commandLine, argument.substr(equals + 1));
+    if (equals != std::string_view::npos)
+        return rule->take(commandLine, argument.substr(equals + 1));
     if (index >= argumentCount) return std::string(name) + " needs " + std::string(rule->needs);
     return rule->take(commandLine, arguments[index++]);
 }
 
 // Flags that contradict each other are refused as a whole.
 std::string refusalOfCombination(const CommandLine& commandLine) {
-    if (!commandLine.reportPath.empty() && commandLine.mode && !modeWritesReport(*commandLine.mode)) {
+    if (!commandLine.reportPath.empty() && commandLine.mode &&
+        !modeWritesReport(*commandLine.mode)) {
         return "--report: mode " + std::to_string(*commandLine.mode) +
                " writes no report; reports follow modes 1, 3, 4, 6 and 7";
     }

@@ -13,16 +13,16 @@
 namespace sorvek {
 
 struct CommandLine {
-    std::int32_t threadCount = 0;       // --threads N, 1 to 1024; 0 when not given (the hardware's)
-    std::optional<std::int32_t> mode;   // --mode N: the menu's answer, 0 to 9
-    bool answersYes = false;            // --yes: confirmation taken as Enter, no key read
-    bool resumesResults = false;        // --resume: keep an earlier run's rows, do the rest
-    std::string reportPath;             // --report FILE.html; empty when none is asked for
-    bool asksForHelp = false;           // --help
-    bool asksForVersion = false;        // --version
-    int firstArgument = 1;              // index of the first argument that is not a flag
-    bool isValid = true;                // false: `problem` holds the one-line message
-    std::string problem;                // what is wrong, ending in "\n"
+    std::int32_t threadCount = 0;      // --threads N, 1 to 1024; 0 when not given (the hardware's)
+    std::optional<std::int32_t> mode;  // --mode N: the menu's answer, 0 to 9
+    bool answersYes = false;           // --yes: confirmation taken as Enter, no key read
+    bool resumesResults = false;       // --resume: keep an earlier run's rows, do the rest
+    std::string reportPath;            // --report FILE.html; empty when none is asked for
+    bool asksForHelp = false;          // --help
+    bool asksForVersion = false;       // --version
+    int firstArgument = 1;             // index of the first argument that is not a flag
+    bool isValid = true;               // false: `problem` holds the one-line message
+    std::string problem;               // what is wrong, ending in "\n"
 };
 
 inline constexpr std::int32_t mostThreads = 1024;

@@ -58,8 +58,9 @@ void takeDataSets(Run& run, int argumentCount, char** arguments) {
 // replace the file that the user asked to keep.
 void refuseResumeUnlessPossible(const Run& run) {
     if (hasIndependentPairs(run)) return;
-    std::printf("--resume continues the passes of modes 3 and 7, and of mode 6 unless Ping Pong "
-                "solves it \n");
+    std::printf(
+        "--resume continues the passes of modes 3 and 7, and of mode 6 unless Ping Pong "
+        "solves it \n");
     endRun(exitFailed);
 }
 

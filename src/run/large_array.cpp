@@ -14,7 +14,8 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool mapsLargeArrays = false;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
+    __has_feature(memory_sanitizer)
 constexpr bool mapsLargeArrays = false;
 #else
 constexpr bool mapsLargeArrays = true;

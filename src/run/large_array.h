@@ -32,9 +32,13 @@ struct LargeAllocator {
     template <typename U>
     explicit LargeAllocator(const LargeAllocator<U>& /*other*/) noexcept {}
     T* allocate(std::size_t count) { return static_cast<T*>(allocateLarge(count * sizeof(T))); }
-    void deallocate(T* memory, std::size_t count) noexcept { releaseLarge(memory, count * sizeof(T)); }
+    void deallocate(T* memory, std::size_t count) noexcept {
+        releaseLarge(memory, count * sizeof(T));
+    }
     template <typename U>
-    bool operator==(const LargeAllocator<U>& /*other*/) const noexcept { return true; }
+    bool operator==(const LargeAllocator<U>& /*other*/) const noexcept {
+        return true;
+    }
 };
 
 // An array whose new elements are value-initialised, as in std::vector.

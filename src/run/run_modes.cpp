@@ -49,7 +49,8 @@ void evaluateTwoDataSets(Run& run) { (void)prepareScanPair(run); }  // its messa
 constexpr StageStep stages[] = {
     {modes({1, 4}), false, "REGISTERING SCANS\n", "REGISTRATION OF SCANS COMPLETE\n", registerLine},
     {modes({2, 4}), false, "ROTATING SCANS\n", "ROTATION OF SCANS COMPLETE\n", rotateScans},
-    {modes({3, 4}), true, "EVALUATING RMS OF SCANS\n", "EVALUATION OF RMS COMPLETE\n", evaluateLine},
+    {modes({3, 4}), true, "EVALUATING RMS OF SCANS\n", "EVALUATION OF RMS COMPLETE\n",
+     evaluateLine},
     {modes({5}), true, nullptr, nullptr, evaluateTwoDataSets},
     {modes({6}), false, nullptr, nullptr, registerSite},
     {modes({7}), true, nullptr, nullptr, evaluateSite},

@@ -12,11 +12,11 @@ using RunMode = std::int32_t;
 
 // One stage of the run. A mode runs every step whose mask holds its bit, in table order.
 struct StageStep {
-    std::uint32_t modeMask;       // bit n set: mode n runs this step
-    bool rmsPhase;                // rmsPhase while the stage runs
-    const char* openingLine;      // printed before the stage, or nullptr
-    const char* closingLine;      // printed after the stage (then "\n"), or nullptr
-    void (*run)(Run& run);        // the stage procedure
+    std::uint32_t modeMask;   // bit n set: mode n runs this step
+    bool rmsPhase;            // rmsPhase while the stage runs
+    const char* openingLine;  // printed before the stage, or nullptr
+    const char* closingLine;  // printed after the stage (then "\n"), or nullptr
+    void (*run)(Run& run);    // the stage procedure
 };
 
 // The stages in the order every mode runs them.

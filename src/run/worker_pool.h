@@ -21,17 +21,17 @@ struct WorkerPool {
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
 
-    std::size_t threadCount = 1;                        // the calling thread included
-    std::vector<std::thread> threads;                   // the others
-    std::mutex mutex;                                   // guards every field below
-    std::condition_variable jobStarted;                 // a new job, or the end
-    std::condition_variable jobFinished;                // the last part of a job is done
+    std::size_t threadCount = 1;                            // the calling thread included
+    std::vector<std::thread> threads;                       // the others
+    std::mutex mutex;                                       // guards every field below
+    std::condition_variable jobStarted;                     // a new job, or the end
+    std::condition_variable jobFinished;                    // the last part of a job is done
     const std::function<void(std::size_t)>* job = nullptr;  // the parts' work, by part
-    std::size_t partCount = 0;                          // parts of the job in hand
-    std::size_t nextPart = 0;                           // next part nobody has taken
-    std::size_t partsDone = 0;                          // parts finished
-    std::vector<std::exception_ptr> failures;           // by part; empty pointer: no failure
-    bool isStopping = false;                            // the pool is being destroyed
+    std::size_t partCount = 0;                              // parts of the job in hand
+    std::size_t nextPart = 0;                               // next part nobody has taken
+    std::size_t partsDone = 0;                              // parts finished
+    std::vector<std::exception_ptr> failures;               // by part; empty pointer: no failure
+    bool isStopping = false;                                // the pool is being destroyed
 };
 
 // The thread count a run gets when the command line names none: the hardware's, at least 1.

@@ -34,12 +34,15 @@ std::string describeFault(const RowRead& read) {
 
 [[noreturn]] void refuseRow(const std::string& path, const RowRead& read) {
     if (read.outcome == RowOutcome::end) {
-        std::printf("Unable to read data file %s: it ends on line %lld with fewer rows than were counted, so it changed while being read. Please try again. \n",
-                    path.c_str(), static_cast<long long>(read.startLine));
+        std::printf(
+            "Unable to read data file %s: it ends on line %lld with fewer rows than were counted, "
+            "so it changed while being read. Please try again. \n",
+            path.c_str(), static_cast<long long>(read.startLine));
     } else {
-        std::printf("Unable to read data file %s: in the row starting on line %lld, %s. Please correct the file and try again. \n",
-                    path.c_str(), static_cast<long long>(read.startLine),
-                    describeFault(read).c_str());
+        std::printf(
+            "Unable to read data file %s: in the row starting on line %lld, %s. Please correct the "
+            "file and try again. \n",
+            path.c_str(), static_cast<long long>(read.startLine), describeFault(read).c_str());
     }
     endRun(exitFailed);
 }
@@ -48,8 +51,10 @@ void echoHeader(FormatCursor& cursor, const std::string& path) {
     const ScannedText header = readDatabaseHeader(cursor);
     std::printf("%s\n", header.text.c_str());
     if (header.isTooLong) {
-        std::printf("Unable to read data file %s: the header on line 1 is longer than 255 characters. Please shorten it and try again. \n",
-                    path.c_str());
+        std::printf(
+            "Unable to read data file %s: the header on line 1 is longer than 255 characters. "
+            "Please shorten it and try again. \n",
+            path.c_str());
         endRun(exitFailed);
     }
 }
@@ -62,8 +67,8 @@ std::string idPadding(std::int32_t zeroPad, std::int32_t id) {
 }
 
 void fillScanRecord(ScanRecord& scan, const DatabaseRow& row, const Run& run) {
-    const std::string fileName = composeScanFileName(
-        run.state.databaseStem, run.options.ZEROPAD, row.scanId, row.subId, row.name);
+    const std::string fileName = composeScanFileName(run.state.databaseStem, run.options.ZEROPAD,
+                                                     row.scanId, row.subId, row.name);
     scan.gpsX = row.values[0] - run.options.TRANSX;
     scan.gpsY = row.values[1] - run.options.TRANSY;
     scan.gpsZ = row.values[2] + scannerHeight;
@@ -137,7 +142,8 @@ std::vector<ScanRecord> loadScanDatabase(const Run& run, std::int32_t scanCount)
 std::string composeScanFileName(const std::string& databaseStem, std::int32_t zeroPad,
                                 std::int32_t scanId, std::int32_t subId, const std::string& name) {
     return databaseStem + "_" + idPadding(zeroPad, scanId) + std::to_string(scanId) + "_" +
-           idPadding(zeroPad, subId) + std::to_string(subId) + "_" + name + std::string(scanFileEnding);
+           idPadding(zeroPad, subId) + std::to_string(subId) + "_" + name +
+           std::string(scanFileEnding);
 }
 
 }  // namespace sorvek

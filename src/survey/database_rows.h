@@ -12,7 +12,7 @@
 
 namespace sorvek {
 
-inline constexpr std::size_t maxHeaderLength = 255;  // characters of the header line
+inline constexpr std::size_t maxHeaderLength = 255;   // characters of the header line
 inline constexpr std::size_t maxScanNameLength = 15;  // characters of a row's name
 
 // One row as it stands in the file, before any conversion.
@@ -31,19 +31,19 @@ enum class RowOutcome {
 
 enum class RowFault {
     none,
-    notANumber,      // value 1 to 6 does not convert as a float
-    notAnId,         // value 7 or 8 is no decimal whole number within 32 bits
-    cutOff,          // the stream ends before value `faultValue` or its separator
-    nameTooLong,     // the name has more than maxScanNameLength characters
-    nameEmpty,       // the name begins with a zero byte
+    notANumber,   // value 1 to 6 does not convert as a float
+    notAnId,      // value 7 or 8 is no decimal whole number within 32 bits
+    cutOff,       // the stream ends before value `faultValue` or its separator
+    nameTooLong,  // the name has more than maxScanNameLength characters
+    nameEmpty,    // the name begins with a zero byte
 };
 
 struct RowRead {
     RowOutcome outcome = RowOutcome::end;
     RowFault fault = RowFault::none;  // why, when the outcome is a fault
     int faultValue = 0;               // 1 to 9: the value at fault, counted in row order
-    std::int64_t startLine = 0;       // line of the row's first character, or where the stream ended
-    DatabaseRow row;                  // meaningful only when the outcome is a row
+    std::int64_t startLine = 0;  // line of the row's first character, or where the stream ended
+    DatabaseRow row;             // meaningful only when the outcome is a row
 };
 
 // The header line, cut at maxHeaderLength characters; isTooLong when it went on.

@@ -33,9 +33,26 @@ int lowerCase(int byte) { return (byte >= 'A' && byte <= 'Z') ? byte - 'A' + 'a'
 
 // Where a floating-point item stands after the characters taken so far.
 enum class FloatPart {
-    begin, afterSign, zero, intDigits, dotOnly, fracDigits, expMark, expSign, expDigits,
-    hexMark, hexDigits, hexDotOnly, hexFrac, binMark, binSign, binDigits,
-    infWord, nanWord, nanChars, nanClosed
+    begin,
+    afterSign,
+    zero,
+    intDigits,
+    dotOnly,
+    fracDigits,
+    expMark,
+    expSign,
+    expDigits,
+    hexMark,
+    hexDigits,
+    hexDotOnly,
+    hexFrac,
+    binMark,
+    binSign,
+    binDigits,
+    infWord,
+    nanWord,
+    nanChars,
+    nanClosed
 };
 
 struct FloatItem {
@@ -47,17 +64,40 @@ constexpr const char* infinityWord = "infinity";
 constexpr const char* nanWord = "nan";
 
 bool continuesAfterSign(FloatItem& item, int byte) {
-    if (byte == '0') { item.part = FloatPart::zero; return true; }
-    if (isDigit(byte)) { item.part = FloatPart::intDigits; return true; }
-    if (byte == '.') { item.part = FloatPart::dotOnly; return true; }
-    if (lowerCase(byte) == 'i') { item.part = FloatPart::infWord; item.lettersMatched = 1; return true; }
-    if (lowerCase(byte) == 'n') { item.part = FloatPart::nanWord; item.lettersMatched = 1; return true; }
+    if (byte == '0') {
+        item.part = FloatPart::zero;
+        return true;
+    }
+    if (isDigit(byte)) {
+        item.part = FloatPart::intDigits;
+        return true;
+    }
+    if (byte == '.') {
+        item.part = FloatPart::dotOnly;
+        return true;
+    }
+    if (lowerCase(byte) == 'i') {
+        item.part = FloatPart::infWord;
+        item.lettersMatched = 1;
+        return true;
+    }
+    if (lowerCase(byte) == 'n') {
+        item.part = FloatPart::nanWord;
+        item.lettersMatched = 1;
+        return true;
+    }
     return false;
 }
 
 bool continuesExponent(FloatItem& item, int byte, FloatPart signPart, FloatPart digitPart) {
-    if (item.part != signPart && (byte == '+' || byte == '-')) { item.part = signPart; return true; }
-    if (isDigit(byte)) { item.part = digitPart; return true; }
+    if (item.part != signPart && (byte == '+' || byte == '-')) {
+        item.part = signPart;
+        return true;
+    }
+    if (isDigit(byte)) {
+        item.part = digitPart;
+        return true;
+    }
     return false;
 }
 
@@ -85,7 +125,10 @@ bool continuesDecimal(FloatItem& item, int byte) {
         item.part = isFraction ? FloatPart::fracDigits : FloatPart::intDigits;
         return true;
     }
-    if (byte == '.' && !isFraction) { item.part = FloatPart::fracDigits; return true; }
+    if (byte == '.' && !isFraction) {
+        item.part = FloatPart::fracDigits;
+        return true;
+    }
     if ((byte == 'e' || byte == 'E') && item.part != FloatPart::dotOnly) {
         item.part = FloatPart::expMark;
         return true;
@@ -104,7 +147,10 @@ bool continuesHex(FloatItem& item, int byte) {
         return true;
     }
     const bool hasDigit = item.part == FloatPart::hexDigits || item.part == FloatPart::hexFrac;
-    if ((byte == 'p' || byte == 'P') && hasDigit) { item.part = FloatPart::binMark; return true; }
+    if ((byte == 'p' || byte == 'P') && hasDigit) {
+        item.part = FloatPart::binMark;
+        return true;
+    }
     return false;
 }
 
@@ -113,7 +159,10 @@ bool continuesHex(FloatItem& item, int byte) {
 bool continuesFloat(FloatItem& item, int byte) {
     switch (item.part) {
     case FloatPart::begin:
-        if (byte == '+' || byte == '-') { item.part = FloatPart::afterSign; return true; }
+        if (byte == '+' || byte == '-') {
+            item.part = FloatPart::afterSign;
+            return true;
+        }
         return continuesAfterSign(item, byte);
     case FloatPart::afterSign: return continuesAfterSign(item, byte);
     case FloatPart::zero:
@@ -135,7 +184,10 @@ bool continuesFloat(FloatItem& item, int byte) {
     case FloatPart::infWord:
     case FloatPart::nanWord: return continuesWord(item, byte);
     case FloatPart::nanChars:
-        if (byte == ')') { item.part = FloatPart::nanClosed; return true; }
+        if (byte == ')') {
+            item.part = FloatPart::nanClosed;
+            return true;
+        }
         return isLetterOrDigit(byte) || byte == '_';
     case FloatPart::nanClosed: return false;
     }

@@ -58,14 +58,18 @@ void printNeighbourLine(std::span<const ScanRecord> scans, const ScanRecord& sca
         std::printf("No scans available to match with %i \n", id);
         return;
     }
-    const std::int32_t northId = hasNorth ? scans[static_cast<std::size_t>(scan.northScan)].scanId : 0;
-    const std::int32_t southId = hasSouth ? scans[static_cast<std::size_t>(scan.southScan)].scanId : 0;
+    const std::int32_t northId =
+        hasNorth ? scans[static_cast<std::size_t>(scan.northScan)].scanId : 0;
+    const std::int32_t southId =
+        hasSouth ? scans[static_cast<std::size_t>(scan.southScan)].scanId : 0;
     if (!isEastWest) {
-        if (hasNorth && hasSouth) std::printf(" Location:  %i N: %i S: %i \n", id, northId, southId);
+        if (hasNorth && hasSouth)
+            std::printf(" Location:  %i N: %i S: %i \n", id, northId, southId);
         if (hasNorth && !hasSouth) std::printf(" Location:  %i N: %i S: None \n", id, northId);
         if (!hasNorth && hasSouth) std::printf(" Location:  %i N: None S: %i \n", id, southId);
     } else {
-        if (hasNorth && hasSouth) std::printf(" Location:  %i E: %i W: %i \n", id, northId, southId);
+        if (hasNorth && hasSouth)
+            std::printf(" Location:  %i E: %i W: %i \n", id, northId, southId);
         if (hasNorth && !hasSouth) std::printf(" Location:  %i E: %i W: None \n", id, northId);
         if (!hasNorth && hasSouth) std::printf(" Location:  %i E: None W: %i \n", id, southId);
     }
@@ -107,7 +111,9 @@ void prepareScans(Run& run) {
     std::printf("There are %i scans to process\n", scanCount);
     state.scans = loadScanDatabase(run, scanCount);
     findScanNeighbors(run);
-    std::printf(" Please check that all filenames are correct and that the program has correctly matched up scans correctly \n");
+    std::printf(
+        " Please check that all filenames are correct and that the program has correctly matched "
+        "up scans correctly \n");
     std::printf(" and press Enter to continue.  \n");
     std::printf(" \n");
     confirmOrQuit();

@@ -10,7 +10,7 @@
 namespace sorvek::synth {
 
 struct CommandLine {
-    SurveySpec surveySpec;                          // the job to write
+    SurveySpec surveySpec;                    // the job to write
     std::string outDir = "synthetic-survey";  // --out
     bool isHelp = false;                      // --help was given; nothing else is done
 };

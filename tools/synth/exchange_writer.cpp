@@ -98,11 +98,14 @@ std::optional<std::vector<std::int32_t>> lasIntegers(const Cloud& cloud, const L
     return integers;
 }
 
-std::size_t vlrPayloadSize(std::int32_t index) { return 16 + (5 * static_cast<std::size_t>(index)); }
+std::size_t vlrPayloadSize(std::int32_t index) {
+    return 16 + (5 * static_cast<std::size_t>(index));
+}
 
 std::size_t vlrBytes(const LasLayout& layout) {
     std::size_t bytes = 0;
-    for (std::int32_t index = 0; index < layout.vlrCount; ++index) bytes += 54 + vlrPayloadSize(index);
+    for (std::int32_t index = 0; index < layout.vlrCount; ++index)
+        bytes += 54 + vlrPayloadSize(index);
     return bytes;
 }
 
@@ -113,11 +116,13 @@ void putVariableRecord(FileBytes& out, std::int32_t index, bool isExtended) {
     putBits(out, 1000 + static_cast<std::uint64_t>(index), 2);
     putBits(out, vlrPayloadSize(index), isExtended ? 8 : 2);
     putName(out, "synthetic survey record", 32);
-    for (std::size_t i = 0; i < vlrPayloadSize(index); ++i) out.data.push_back(static_cast<char>('a' + (i % 26)));
+    for (std::size_t i = 0; i < vlrPayloadSize(index); ++i)
+        out.data.push_back(static_cast<char>('a' + (i % 26)));
 }
 
 // Coordinate limits of the points as stored: greatest then least, per axis.
-void putLasBounds(FileBytes& out, const std::vector<std::int32_t>& integers, const LasLayout& layout) {
+void putLasBounds(FileBytes& out, const std::vector<std::int32_t>& integers,
+                  const LasLayout& layout) {
     const double scale = layout.scale;
     const double offsets[] = {layout.offsetX, layout.offsetY, layout.offsetZ};
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -132,16 +137,17 @@ void putLasBounds(FileBytes& out, const std::vector<std::int32_t>& integers, con
     }
 }
 
-void putLasHeader(FileBytes& out, const std::vector<std::int32_t>& integers, const LasLayout& layout) {
+void putLasHeader(FileBytes& out, const std::vector<std::int32_t>& integers,
+                  const LasLayout& layout) {
     const std::uint64_t count = integers.size() / 3;
     const bool isWide = layout.versionMinor >= 4;
     const std::uint64_t legacyCount = isWide && layout.pointFormat >= 6 ? 0 : count;
     const std::uint32_t headerSize = lasHeaderSizeOf[layout.versionMinor];
     const std::size_t recordLength = lasRecordLengthOf[layout.pointFormat] + layout.extraBytes;
     out.data += "LASF";
-    putBits(out, 0, 2);                                          // file source id
+    putBits(out, 0, 2);                                             // file source id
     putBits(out, isWide && layout.pointFormat >= 6 ? 0x10 : 0, 2);  // global encoding: WKT
-    putZeros(out, 16);                                           // project id
+    putZeros(out, 16);                                              // project id
     putBits(out, 1, 1);
     putBits(out, layout.versionMinor, 1);
     putName(out, "sorvek-synth", 32);
@@ -157,7 +163,8 @@ void putLasHeader(FileBytes& out, const std::vector<std::int32_t>& integers, con
     putBits(out, legacyCount, 4);  // first returns
     putZeros(out, 16);
     for (int axis = 0; axis < 3; ++axis) putDouble(out, layout.scale);
-    for (const double offset : {layout.offsetX, layout.offsetY, layout.offsetZ}) putDouble(out, offset);
+    for (const double offset : {layout.offsetX, layout.offsetY, layout.offsetZ})
+        putDouble(out, offset);
     putLasBounds(out, integers, layout);
     if (layout.versionMinor >= 3) putBits(out, 0, 8);  // no waveform data
     if (!isWide) return;
@@ -169,10 +176,12 @@ void putLasHeader(FileBytes& out, const std::vector<std::int32_t>& integers, con
     putZeros(out, 8 * 14);
 }
 
-void putLasRecord(FileBytes& out, const std::int32_t* xyz, std::size_t index, const LasLayout& layout) {
+void putLasRecord(FileBytes& out, const std::int32_t* xyz, std::size_t index,
+                  const LasLayout& layout) {
     const std::uint32_t format = layout.pointFormat;
     const bool hasTime = format == 1 || format >= 3;
-    const bool hasColour = format == 2 || format == 3 || format == 5 || format == 7 || format == 8 || format == 10;
+    const bool hasColour =
+        format == 2 || format == 3 || format == 5 || format == 7 || format == 8 || format == 10;
     for (int axis = 0; axis < 3; ++axis) putBits(out, static_cast<std::uint32_t>(xyz[axis]), 4);
     putBits(out, (index * 37) & 0xFFFF, 2);  // intensity
     if (format <= 5) {
@@ -180,22 +189,24 @@ void putLasRecord(FileBytes& out, const std::int32_t* xyz, std::size_t index, co
         putBits(out, 1, 1);     // unclassified
         putBits(out, 0, 1);     // scan angle rank
         putBits(out, index & 0xFF, 1);
-        putBits(out, 1, 2);     // point source
+        putBits(out, 1, 2);  // point source
     } else {
         putBits(out, 0x11, 1);  // return 1 of 1
         putBits(out, 0, 1);     // flags and channel
         putBits(out, 1, 1);     // unclassified
         putBits(out, index & 0xFF, 1);
-        putBits(out, 0, 2);     // scan angle
-        putBits(out, 1, 2);     // point source
+        putBits(out, 0, 2);  // scan angle
+        putBits(out, 1, 2);  // point source
     }
     if (hasTime) putDouble(out, 1000.0 + (static_cast<double>(index) * 1.0e-5));
     if (hasColour) {
-        for (std::size_t channel = 0; channel < 3; ++channel) putBits(out, (index * 13 + channel * 4099) & 0xFFFF, 2);
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            putBits(out, (index * 13 + channel * 4099) & 0xFFFF, 2);
     }
     if (format == 8 || format == 10) putBits(out, (index * 7) & 0xFFFF, 2);  // near infrared
     if (format == 4 || format == 5 || format == 9 || format == 10) putZeros(out, waveformBytes);
-    for (std::uint32_t extra = 0; extra < layout.extraBytes; ++extra) putBits(out, (0xA5 ^ index ^ extra) & 0xFF, 1);
+    for (std::uint32_t extra = 0; extra < layout.extraBytes; ++extra)
+        putBits(out, (0xA5 ^ index ^ extra) & 0xFF, 1);
 }
 
 bool isLasLayoutGood(const LasLayout& layout) {
@@ -217,16 +228,20 @@ void putPlyHeader(FileBytes& out, std::size_t count, const PlyLayout& layout) {
     out.data += std::string("property ") + type + " y\nproperty " + type + " z\n";
     if (hasExtras) out.data += "property float intensity\n";
     if (hasLists) out.data += "property list uchar int neighbours\n";
-    if (hasExtras) out.data += "property uchar red\nelement face 1\nproperty list uchar int vertex_indices\n";
+    if (hasExtras)
+        out.data += "property uchar red\nelement face 1\nproperty list uchar int vertex_indices\n";
     out.data += "end_header\n";
 }
 
 void putPlyCoordinate(FileBytes& out, double value, bool isDouble) {
-    if (isDouble) putDouble(out, value);
-    else putFloat(out, static_cast<float>(value));
+    if (isDouble)
+        putDouble(out, value);
+    else
+        putFloat(out, static_cast<float>(value));
 }
 
-void putPlyVertex(FileBytes& out, const PointRecord& point, std::size_t index, const PlyLayout& layout) {
+void putPlyVertex(FileBytes& out, const PointRecord& point, std::size_t index,
+                  const PlyLayout& layout) {
     const bool hasExtras = layout.extras != PlyExtras::none;
     if (hasExtras) putInteger(out, static_cast<std::int64_t>(index & 0xFF), 1);
     putPlyCoordinate(out, point.x, layout.isDouble);
@@ -236,7 +251,8 @@ void putPlyVertex(FileBytes& out, const PointRecord& point, std::size_t index, c
     if (hasExtras) putFloat(out, static_cast<float>(index) * 0.5F);
     if (layout.extras == PlyExtras::lists) {
         putInteger(out, static_cast<std::int64_t>(index % 3), 1);
-        for (std::size_t k = 0; k < index % 3; ++k) putInteger(out, static_cast<std::int64_t>(index + k + 1), 4);
+        for (std::size_t k = 0; k < index % 3; ++k)
+            putInteger(out, static_cast<std::int64_t>(index + k + 1), 4);
     }
     if (hasExtras) putInteger(out, static_cast<std::int64_t>((index * 7) & 0xFF), 1);
     endItem(out);
@@ -246,10 +262,12 @@ void putPlyVertex(FileBytes& out, const PointRecord& point, std::size_t index, c
 
 double lasQuantised(double value, double scale, double offset) {
     const std::optional<std::int32_t> integer = lasInteger(value, scale, offset);
-    return integer ? (static_cast<double>(*integer) * scale) + offset : std::numeric_limits<double>::quiet_NaN();
+    return integer ? (static_cast<double>(*integer) * scale) + offset
+                   : std::numeric_limits<double>::quiet_NaN();
 }
 
-bool writeLasPoints(const std::filesystem::path& path, const Cloud& cloud, const LasLayout& layout) {
+bool writeLasPoints(const std::filesystem::path& path, const Cloud& cloud,
+                    const LasLayout& layout) {
     if (!isLasLayoutGood(layout)) return false;
     const std::optional<std::vector<std::int32_t>> integers = lasIntegers(cloud, layout);
     if (!integers) return false;
@@ -257,25 +275,30 @@ bool writeLasPoints(const std::filesystem::path& path, const Cloud& cloud, const
     if (!file) return false;
     FileBytes out;
     putLasHeader(out, *integers, layout);
-    for (std::int32_t index = 0; index < layout.vlrCount; ++index) putVariableRecord(out, index, false);
+    for (std::int32_t index = 0; index < layout.vlrCount; ++index)
+        putVariableRecord(out, index, false);
     bool isWritten = writeAll(file.get(), out.data);
     for (std::size_t first = 0; first < cloud.size() && isWritten; first += recordsPerWrite) {
         out.data.clear();
-        for (std::size_t index = first; index < std::min(cloud.size(), first + recordsPerWrite); ++index) {
+        for (std::size_t index = first; index < std::min(cloud.size(), first + recordsPerWrite);
+             ++index) {
             putLasRecord(out, integers->data() + (3 * index), index, layout);
         }
         isWritten = writeAll(file.get(), out.data);
     }
     out.data.clear();
     if (layout.versionMinor >= 4) {
-        for (std::int32_t index = 0; index < layout.vlrCount; ++index) putVariableRecord(out, index, true);
+        for (std::int32_t index = 0; index < layout.vlrCount; ++index)
+            putVariableRecord(out, index, true);
     }
     isWritten = isWritten && writeAll(file.get(), out.data);
     return closeChecked(file, isWritten);
 }
 
-bool writePlyPoints(const std::filesystem::path& path, const Cloud& cloud, const PlyLayout& layout) {
-    if (layout.format != "ascii" && layout.format != "binary_little_endian" && layout.format != "binary_big_endian") {
+bool writePlyPoints(const std::filesystem::path& path, const Cloud& cloud,
+                    const PlyLayout& layout) {
+    if (layout.format != "ascii" && layout.format != "binary_little_endian" &&
+        layout.format != "binary_big_endian") {
         return false;
     }
     FileHandle file = openFile(path.string(), "wb");
@@ -296,7 +319,8 @@ bool writePlyPoints(const std::filesystem::path& path, const Cloud& cloud, const
     }
     bool isWritten = true;
     for (std::size_t first = 0; first < cloud.size() && isWritten; first += recordsPerWrite) {
-        for (std::size_t index = first; index < std::min(cloud.size(), first + recordsPerWrite); ++index) {
+        for (std::size_t index = first; index < std::min(cloud.size(), first + recordsPerWrite);
+             ++index) {
             putPlyVertex(out, cloud[index], index, layout);
         }
         isWritten = writeAll(file.get(), out.data);

@@ -20,7 +20,7 @@ struct LasLayout {
     double offsetX = 0.0;            // stored X = (X - offsetX) / scale, rounded
     double offsetY = 0.0;
     double offsetZ = 0.0;
-    std::uint8_t formatFlags = 0;    // ORed into the point format byte: 0x80 marks LAZ
+    std::uint8_t formatFlags = 0;  // ORed into the point format byte: 0x80 marks LAZ
 };
 
 // What LAS quantisation makes of a coordinate: the integer the file stores, then that
@@ -42,7 +42,7 @@ enum class PlyExtras {
 
 struct PlyLayout {
     std::string format = "binary_little_endian";  // or binary_big_endian, ascii
-    bool isDouble = true;                          // x, y, z as double, else as float
+    bool isDouble = true;                         // x, y, z as double, else as float
     PlyExtras extras = PlyExtras::none;
 };
 

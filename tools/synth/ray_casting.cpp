@@ -21,9 +21,7 @@ std::optional<std::int32_t> binIndex(double angleRad) {
     return static_cast<std::int32_t>(position);
 }
 
-std::int32_t wrapBin(std::int32_t bin) {
-    return ((bin % binCount) + binCount) % binCount;
-}
+std::int32_t wrapBin(std::int32_t bin) { return ((bin % binCount) + binCount) % binCount; }
 
 void addToBins(SolidsByAzimuth& solids, std::int32_t solidIndex, double distance, double radius,
                double azimuthRad) {
@@ -64,7 +62,8 @@ SolidsByAzimuth binSolids(const Scene& scene, double originX, double originY, do
     return solids;
 }
 
-double castRay(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray, double rangeLimit) {
+double castRay(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray,
+               double rangeLimit) {
     double best = reachGround(scene.ground, ray, rangeLimit);
     const double horizontal = std::sqrt((ray.dirX * ray.dirX) + (ray.dirY * ray.dirY));
     const std::optional<std::int32_t> bin = binIndex(std::atan2(ray.dirY, ray.dirX));
@@ -78,8 +77,8 @@ double castRay(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray
     return best <= rangeLimit ? best : noHit;
 }
 
-void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray, double rangeLimit,
-                    std::vector<double>& distances) {
+void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray,
+                    double rangeLimit, std::vector<double>& distances) {
     const double ground = reachGround(scene.ground, ray, rangeLimit);
     const double limit = std::min(ground, rangeLimit);
     if (ground <= rangeLimit) distances.push_back(ground);

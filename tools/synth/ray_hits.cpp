@@ -101,8 +101,8 @@ double enterSolid(const Solid& solid, const Ray& ray) {
 }
 
 double reachGround(const GroundModel& ground, const Ray& ray, double maxDistance) {
-    const double planeHeight =
-        ray.originZ - ((ground.baseZ + (ground.slopeX * ray.originX)) + (ground.slopeY * ray.originY));
+    const double planeHeight = ray.originZ - ((ground.baseZ + (ground.slopeX * ray.originX)) +
+                                              (ground.slopeY * ray.originY));
     const double descent = ((ground.slopeX * ray.dirX) + (ground.slopeY * ray.dirY)) - ray.dirZ;
     const double bound = roughnessBound(ground);
     if (!(descent > 0.0)) return noHit;

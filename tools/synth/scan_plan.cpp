@@ -40,9 +40,10 @@ PlanPosition sitePosition(const SurveySpec& surveySpec, std::int32_t index, Rng&
     return {(column * surveySpec.spacing) + jitterX, (row * surveySpec.spacing) + jitterY};
 }
 
-ScanPose planOne(const SurveySpec& surveySpec, const GroundModel& ground, std::int32_t index, Rng& rng) {
-    const PlanPosition plan =
-        surveySpec.layout == "site" ? sitePosition(surveySpec, index, rng) : linePosition(surveySpec, index, rng);
+ScanPose planOne(const SurveySpec& surveySpec, const GroundModel& ground, std::int32_t index,
+                 Rng& rng) {
+    const PlanPosition plan = surveySpec.layout == "site" ? sitePosition(surveySpec, index, rng)
+                                                          : linePosition(surveySpec, index, rng);
     ScanPose pose;
     pose.x = quantizeMicro(plan.x + translationX(surveySpec));
     pose.y = quantizeMicro(plan.y + translationY(surveySpec));
@@ -50,7 +51,8 @@ ScanPose planOne(const SurveySpec& surveySpec, const GroundModel& ground, std::i
     const double gpsX = pose.x - translationX(surveySpec);
     const double gpsY = pose.y - translationY(surveySpec);
     const double instrument = uniformIn(rng, lowestInstrument, highestInstrument);
-    const double databaseZ = quantizeMicro((groundHeight(ground, gpsX, gpsY) + instrument) - scannerHeight);
+    const double databaseZ =
+        quantizeMicro((groundHeight(ground, gpsX, gpsY) + instrument) - scannerHeight);
     pose.z = databaseZ + scannerHeight;
     pose.trueHeadingDeg = quantizeMicro(uniformIn(rng, 0.0, 360.0));
     pose.headingErrorDeg = quantizeMicro(uniformIn(rng, -surveySpec.errorDeg, surveySpec.errorDeg));
@@ -66,20 +68,14 @@ ScanPose planOne(const SurveySpec& surveySpec, const GroundModel& ground, std::i
 
 }  // namespace
 
-double quantizeMicro(double value) {
-    return std::round(value * 1.0e6) / 1.0e6;
-}
+double quantizeMicro(double value) { return std::round(value * 1.0e6) / 1.0e6; }
 
 double databaseHeadingDeg(const ScanPose& pose) {
     return quantizeMicro(pose.trueHeadingDeg + pose.headingErrorDeg);
 }
 
-double translationX(const SurveySpec& surveySpec) {
-    return quantizeMicro(surveySpec.offsetX);
-}
-double translationY(const SurveySpec& surveySpec) {
-    return quantizeMicro(surveySpec.offsetY);
-}
+double translationX(const SurveySpec& surveySpec) { return quantizeMicro(surveySpec.offsetX); }
+double translationY(const SurveySpec& surveySpec) { return quantizeMicro(surveySpec.offsetY); }
 
 GroundModel makeGround(const SurveySpec& surveySpec) {
     Rng rng = makeRng(surveySpec.seed, groundStream);

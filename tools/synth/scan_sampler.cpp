@@ -108,8 +108,8 @@ void castGrid(const Scene& scene, const SolidsByAzimuth& solids, const Scanner& 
             double sinAz = 0.0;
             double cosEl = 0.0;
             double sinEl = 0.0;
-            turnBy(columnCos, columnSin, uniformIn(rng, -jitterShare, jitterShare) * azimuthStep, cosAz,
-                   sinAz);
+            turnBy(columnCos, columnSin, uniformIn(rng, -jitterShare, jitterShare) * azimuthStep,
+                   cosAz, sinAz);
             turnBy(rowCos[static_cast<std::size_t>(row)], rowSin[static_cast<std::size_t>(row)],
                    uniformIn(rng, -jitterShare, jitterShare) * elevationStep, cosEl, sinEl);
             const double scanDir[3] = {cosEl * cosAz, cosEl * sinAz, sinEl};
@@ -155,8 +155,9 @@ Cloud sampleScan(const SceneHandle& handle, const ScanPose& pose, const SurveySp
                                          pose.trueHeadingDeg * degToRad, 1.0, 0.0, 0.0, 0.0);
     const SolidsByAzimuth solids =
         binSolids(scene, scanner.origin.originX, scanner.origin.originY, surveySpec.rangeLimit);
-    const std::uint64_t stream = scanStreamBase + mixBits(static_cast<std::uint64_t>(pose.scanId) * 65537ULL +
-                                                          static_cast<std::uint64_t>(pose.subId));
+    const std::uint64_t stream =
+        scanStreamBase + mixBits(static_cast<std::uint64_t>(pose.scanId) * 65537ULL +
+                                 static_cast<std::uint64_t>(pose.subId));
     // A coarse pilot grid tells what share of the rays meet something within range.
     HitSink pilot;
     const std::optional<Grid> pilotGrid = gridFor(pilotRayCount);

@@ -20,11 +20,12 @@ struct SolidsByAzimuth {
 SolidsByAzimuth binSolids(const Scene& scene, double originX, double originY, double rangeLimit);
 
 // The first surface along the ray within rangeLimit; noHit when there is none.
-double castRay(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray, double rangeLimit);
+double castRay(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray,
+               double rangeLimit);
 
 // Every surface the ray enters before it reaches the ground or rangeLimit, ground
 // included: the view of a scanner that nothing hides from. Appends to `distances`.
-void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray, double rangeLimit,
-                    std::vector<double>& distances);
+void castRayThrough(const Scene& scene, const SolidsByAzimuth& solids, const Ray& ray,
+                    double rangeLimit, std::vector<double>& distances);
 
 }  // namespace sorvek::synth

@@ -18,8 +18,9 @@ std::int64_t latticeIndex(double flooredValue) {
 double latticeValue(std::uint64_t seed, std::int64_t i, std::int64_t j) {
     // One mixing round over a linear combination: cheap, and no visible pattern in a field
     // of a few thousand nodes.
-    const std::uint64_t hashed = mixBits((seed ^ (static_cast<std::uint64_t>(i) * 0x9E3779B97F4A7C15ULL)) ^
-                                         (static_cast<std::uint64_t>(j) * 0xC2B2AE3D27D4EB4FULL));
+    const std::uint64_t hashed =
+        mixBits((seed ^ (static_cast<std::uint64_t>(i) * 0x9E3779B97F4A7C15ULL)) ^
+                (static_cast<std::uint64_t>(j) * 0xC2B2AE3D27D4EB4FULL));
     return (static_cast<double>(hashed >> 11) * 0x1.0p-52) - 1.0;
 }
 
@@ -54,7 +55,8 @@ GroundSample octave(std::uint64_t seed, double amplitude, double cell, double x,
 }  // namespace
 
 GroundSample sampleGround(const GroundModel& ground, double x, double y) {
-    const GroundSample coarse = octave(ground.latticeSeed, ground.coarseAmplitude, ground.coarseCell, x, y);
+    const GroundSample coarse =
+        octave(ground.latticeSeed, ground.coarseAmplitude, ground.coarseCell, x, y);
     const GroundSample fine =
         octave(mixBits(ground.latticeSeed), ground.fineAmplitude, ground.fineCell, x, y);
     GroundSample result;

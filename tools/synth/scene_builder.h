@@ -28,8 +28,8 @@ double footingZ(const GroundModel& ground, double x, double y, double planRadius
 
 // Facades, kerbs, poles, trees, parked cars and street furniture on both sides of the
 // line through the set-ups, reaching `reach` metres beyond the first and last set-up.
-void buildStreet(Scene& scene, const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups, double reach,
-                 Rng& rng);
+void buildStreet(Scene& scene, const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups,
+                 double reach, Rng& rng);
 
 // Buildings, walls, poles, trees, cars and furniture scattered over the set-ups' area and
 // `reach` metres around it, none closer to a set-up than a clearance.

@@ -60,7 +60,8 @@ void addTree(Scene& scene, double x, double y, Rng& rng) {
     const int ballCount = 4 + static_cast<int>(nextBits(rng) % 4);
     for (int ball = 0; ball < ballCount; ++ball) {
         const double radius = uniformIn(rng, 0.6, 1.3);
-        scene.solids.push_back(makeSphere(x + uniformIn(rng, -1.1, 1.1), y + uniformIn(rng, -1.1, 1.1),
+        scene.solids.push_back(makeSphere(x + uniformIn(rng, -1.1, 1.1),
+                                          y + uniformIn(rng, -1.1, 1.1),
                                           trunkTop + uniformIn(rng, 0.3, 1.6), radius));
     }
 }
@@ -70,12 +71,12 @@ void addCar(Scene& scene, double x, double y, double yawRad, Rng& rng) {
     const double halfWidth = uniformIn(rng, 0.85, 0.95);
     const double ground = groundHeight(scene.ground, x, y);
     // Body clear of the road, cabin set back on top: the gap below shows the road.
-    scene.solids.push_back(
-        makeBox(x, y, yawRad, halfLength, halfWidth, ground + 0.3, ground + uniformIn(rng, 0.9, 1.05)));
+    scene.solids.push_back(makeBox(x, y, yawRad, halfLength, halfWidth, ground + 0.3,
+                                   ground + uniformIn(rng, 0.9, 1.05)));
     const double cabinShift = uniformIn(rng, -0.4, 0.1) * halfLength;
-    scene.solids.push_back(makeBox(x + (cabinShift * std::cos(yawRad)), y + (cabinShift * std::sin(yawRad)),
-                                   yawRad, halfLength * 0.55, halfWidth * 0.92, ground + 0.9,
-                                   ground + uniformIn(rng, 1.4, 1.6)));
+    scene.solids.push_back(makeBox(
+        x + (cabinShift * std::cos(yawRad)), y + (cabinShift * std::sin(yawRad)), yawRad,
+        halfLength * 0.55, halfWidth * 0.92, ground + 0.9, ground + uniformIn(rng, 1.4, 1.6)));
 }
 
 void addFurniture(Scene& scene, double x, double y, double yawRad, Rng& rng) {
@@ -86,10 +87,12 @@ void addFurniture(Scene& scene, double x, double y, double yawRad, Rng& rng) {
         scene.solids.push_back(makeCylinder(x, y, 0.08, footingZ(ground, x, y, 0.08), base + 0.9));
         break;
     case 1:  // bin
-        scene.solids.push_back(makeBox(x, y, yawRad, 0.3, 0.3, footingZ(ground, x, y, 0.45), base + 1.0));
+        scene.solids.push_back(
+            makeBox(x, y, yawRad, 0.3, 0.3, footingZ(ground, x, y, 0.45), base + 1.0));
         break;
     case 2:  // bench
-        scene.solids.push_back(makeBox(x, y, yawRad, 0.9, 0.25, footingZ(ground, x, y, 0.95), base + 0.45));
+        scene.solids.push_back(
+            makeBox(x, y, yawRad, 0.9, 0.25, footingZ(ground, x, y, 0.95), base + 0.45));
         break;
     default:  // bush
         scene.solids.push_back(makeSphere(x, y, base + 0.3, uniformIn(rng, 0.4, 0.8)));

@@ -89,13 +89,15 @@ void addWalls(Scene& scene, const Area& area, const std::vector<SetupPoint>& set
         const double halfLength = uniformIn(rng, 1.5, 5.0);
         Placement spot;
         if (!findSpot(area, setups, halfLength, rng, spot)) continue;
-        scene.solids.push_back(makeBox(
-            spot.x, spot.y, spot.yawRad, halfLength, 0.1, footingZ(scene.ground, spot.x, spot.y, halfLength),
-            groundHeight(scene.ground, spot.x, spot.y) + uniformIn(rng, 0.15, 0.9)));
+        scene.solids.push_back(
+            makeBox(spot.x, spot.y, spot.yawRad, halfLength, 0.1,
+                    footingZ(scene.ground, spot.x, spot.y, halfLength),
+                    groundHeight(scene.ground, spot.x, spot.y) + uniformIn(rng, 0.15, 0.9)));
     }
 }
 
-void addSmallObjects(Scene& scene, const Area& area, const std::vector<SetupPoint>& setups, Rng& rng) {
+void addSmallObjects(Scene& scene, const Area& area, const std::vector<SetupPoint>& setups,
+                     Rng& rng) {
     Placement spot;
     for (std::int32_t index = 0, count = countFor(area, 250.0); index < count; ++index) {
         if (!findSpot(area, setups, 0.2, rng, spot)) continue;
@@ -111,7 +113,8 @@ void addSmallObjects(Scene& scene, const Area& area, const std::vector<SetupPoin
         if (findSpot(area, setups, 2.6, rng, spot)) addCar(scene, spot.x, spot.y, spot.yawRad, rng);
     }
     for (std::int32_t index = 0, count = countFor(area, 150.0); index < count; ++index) {
-        if (findSpot(area, setups, 1.0, rng, spot)) addFurniture(scene, spot.x, spot.y, spot.yawRad, rng);
+        if (findSpot(area, setups, 1.0, rng, spot))
+            addFurniture(scene, spot.x, spot.y, spot.yawRad, rng);
     }
 }
 

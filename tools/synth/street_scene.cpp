@@ -35,7 +35,8 @@ PlanPoint toPlan(const StreetFrame& street, double along, double aside) {
             (street.alongY * along) + (street.alongX * offset)};
 }
 
-StreetFrame frameFor(const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups, double reach) {
+StreetFrame frameFor(const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups,
+                     double reach) {
     const PlanDirection direction = lineDirection(surveySpec);
     StreetFrame street;
     street.alongX = direction.x;
@@ -77,7 +78,8 @@ void addBuildings(Scene& scene, const StreetFrame& street, double side, Rng& rng
         const double front = kerbOffset + uniformIn(rng, 3.0, 6.0);
         const double depth = uniformIn(rng, 8.0, 14.0);
         const double yawRad = street.yawRad + (uniformIn(rng, -4.0, 4.0) * degree);
-        const PlanPoint centre = toPlan(street, along + (length * 0.5), side * (front + (depth * 0.5)));
+        const PlanPoint centre =
+            toPlan(street, along + (length * 0.5), side * (front + (depth * 0.5)));
         const double planRadius = std::sqrt(((length * length) + (depth * depth)) * 0.25);
         scene.solids.push_back(
             makeBox(centre.x, centre.y, yawRad, length * 0.5, depth * 0.5,
@@ -98,12 +100,14 @@ void addPavementObjects(Scene& scene, const StreetFrame& street, double side, Rn
     }
     for (double along = street.start + uniformIn(rng, 0.0, 10.0); along < street.end;
          along += uniformIn(rng, 9.0, 22.0)) {
-        const PlanPoint foot = toPlan(street, along, side * (kerbOffset + uniformIn(rng, 1.5, 2.5)));
+        const PlanPoint foot =
+            toPlan(street, along, side * (kerbOffset + uniformIn(rng, 1.5, 2.5)));
         addTree(scene, foot.x, foot.y, rng);
     }
     for (double along = street.start + uniformIn(rng, 0.0, 8.0); along < street.end;
          along += uniformIn(rng, 5.0, 15.0)) {
-        const PlanPoint foot = toPlan(street, along, side * (kerbOffset + uniformIn(rng, 0.8, 2.8)));
+        const PlanPoint foot =
+            toPlan(street, along, side * (kerbOffset + uniformIn(rng, 0.8, 2.8)));
         addFurniture(scene, foot.x, foot.y, street.yawRad, rng);
     }
 }
@@ -113,14 +117,15 @@ void addParkedCars(Scene& scene, const StreetFrame& street, double side, Rng& rn
          along += uniformIn(rng, 5.5, 12.0)) {
         if (uniform01(rng) < 0.4) continue;  // an empty bay
         const PlanPoint centre = toPlan(street, along, side * (kerbOffset - 1.1));
-        addCar(scene, centre.x, centre.y, street.yawRad + (uniformIn(rng, -3.0, 3.0) * degree), rng);
+        addCar(scene, centre.x, centre.y, street.yawRad + (uniformIn(rng, -3.0, 3.0) * degree),
+               rng);
     }
 }
 
 }  // namespace
 
-void buildStreet(Scene& scene, const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups, double reach,
-                 Rng& rng) {
+void buildStreet(Scene& scene, const SurveySpec& surveySpec, const std::vector<SetupPoint>& setups,
+                 double reach, Rng& rng) {
     const StreetFrame street = frameFor(surveySpec, setups, reach);
     for (const double side : {1.0, -1.0}) {
         addKerbs(scene, street, side);

@@ -31,7 +31,7 @@ bool writeTruth(const std::filesystem::path& path, const std::vector<ScanPose>& 
 bool writeOptionFile(const std::filesystem::path& path, const SurveySpec& surveySpec);
 
 // writeSurvey with a line per scan on `progress` (no lines when it is null).
-bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error,
-                 std::FILE* progress);
+bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir,
+                 std::string& error, std::FILE* progress);
 
 }  // namespace sorvek::synth

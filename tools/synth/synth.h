@@ -81,6 +81,7 @@ ScanRecord scanRecordOf(const ScanPose& pose, double headingErrorDeg, const std:
 // Writes the whole job into `outDir` (created if missing): database, point files in
 // surveySpec.format, text files when asked, truth CSV and option file. Returns false with
 // `error` set on failure.
-bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir, std::string& error);
+bool writeSurvey(const SurveySpec& surveySpec, const std::filesystem::path& outDir,
+                 std::string& error);
 
 }  // namespace sorvek::synth

@@ -23,9 +23,9 @@ enum class MessageTag : int {
 };
 
 struct Message {
-    int source = 0;                      // rank that sent it
-    MessageTag tag = MessageTag::quit;   // what it is
-    std::string bytes;                   // what it carries
+    int source = 0;                     // rank that sent it
+    MessageTag tag = MessageTag::quit;  // what it is
+    std::string bytes;                  // what it carries
 };
 
 // Ranks in the job, this one included, and this process's own rank.

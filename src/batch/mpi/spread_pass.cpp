@@ -50,20 +50,20 @@ struct PassCursor {
 };
 
 struct SpreadPass {
-    Run& run;                       // the owner's run
-    PassKind kind;                  // which driver's pass this is
+    Run& run;                          // the owner's run
+    PassKind kind;                     // which driver's pass this is
     std::vector<PlannedTurn> turns{};  // the whole plan
-    std::vector<PairFate> fates{};    // per planned pair
-    PairLedger ledger{};              // the pairs to do
-    PassCursor cursor{};              // what is written so far
-    OutputFile resultFile{};          // the pass's result file
-    CaptureTargets targets{};         // the real console, the log and the result file
-    std::FILE* input = nullptr;     // the real standard input
-    std::vector<int> idleRanks{};     // ranks waiting for a task
-    int stoppedRanks = 0;           // ranks whose pair ended the run
-    bool isThreadIdle = true;       // the owner's thread waits for a task
-    Mailbox mailbox{};                // between the owner and its thread
-    std::jthread ownThread{};         // the owner's thread, while the pass runs
+    std::vector<PairFate> fates{};     // per planned pair
+    PairLedger ledger{};               // the pairs to do
+    PassCursor cursor{};               // what is written so far
+    OutputFile resultFile{};           // the pass's result file
+    CaptureTargets targets{};          // the real console, the log and the result file
+    std::FILE* input = nullptr;        // the real standard input
+    std::vector<int> idleRanks{};      // ranks waiting for a task
+    int stoppedRanks = 0;              // ranks whose pair ended the run
+    bool isThreadIdle = true;          // the owner's thread waits for a task
+    Mailbox mailbox{};                 // between the owner and its thread
+    std::jthread ownThread{};          // the owner's thread, while the pass runs
 };
 
 PassKind passKindOf(const Run& run) {
@@ -206,7 +206,8 @@ void writePairResult(SpreadPass& pass, const PairResult& result) {
 void closeTurn(SpreadPass& pass, const PlannedTurn& turn) {
     PassCursor& cursor = pass.cursor;
     if (pass.kind != PassKind::lineEvaluation || !cursor.turnFailed) {
-        const std::int32_t scanId = pass.run.state.scans[static_cast<std::size_t>(turn.scanIndex)].scanId;
+        const std::int32_t scanId =
+            pass.run.state.scans[static_cast<std::size_t>(turn.scanIndex)].scanId;
         printScanTime(pass.targets.console, pass.kind != PassKind::siteRegistration, scanId,
                       wholeSecondsOf(cursor.turnSeconds));
     }
@@ -223,8 +224,7 @@ bool writeInOrder(SpreadPass& pass) {
             continue;
         }
         switch (pass.fates[cursor.planPosition]) {
-        case PairFate::kept:
-            break;
+        case PairFate::kept: break;
         case PairFate::failedBefore:
             setPlannedPairFiles(pass.run, pass.kind, turn.pairs[cursor.pairInTurn]);
             // Not logFailedPair: its failure door would print while the thread may hold
@@ -341,9 +341,9 @@ void runSpreadPass(Run& run, const std::string& path) {
     const std::vector<PlannedPair> planned = pairsOf(pass.turns);
     PassFile passFile = openPassFile(run, path, resultKindOf(pass.kind), planned);
     pass.fates = std::move(passFile.fates);
-    pass.ledger = startLedger(pairsToDo(planned, pass.fates),
-                              run.state.pairsDone + passFile.keptRowCount,
-                              pass.kind == PassKind::siteRegistration);
+    pass.ledger =
+        startLedger(pairsToDo(planned, pass.fates), run.state.pairsDone + passFile.keptRowCount,
+                    pass.kind == PassKind::siteRegistration);
     pass.resultFile = std::move(passFile.file);
     pass.targets = {stdout, stderr, run.state.logFile.get(), pass.resultFile.file.get()};
     pass.input = stdin;

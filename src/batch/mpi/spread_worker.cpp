@@ -47,7 +47,8 @@ bool servePass(JobSetup setup) {
     // computing process runs as many threads as the owner does.
     auto workers = std::make_shared<WorkerPool>(static_cast<std::size_t>(setup.threadCount));
     PairWorker worker;
-    if (!startPairWorker(worker, std::move(setup), std::move(workers))) abortJob("cannot open the streams that catch a pair's text");
+    if (!startPairWorker(worker, std::move(setup), std::move(workers)))
+        abortJob("cannot open the streams that catch a pair's text");
     const StandardStreams saved = redirectStandardStreams(worker.capture);
     sendMessage(ownerRank, MessageTag::ask, {});
     bool goesOn = true;
@@ -79,8 +80,8 @@ void reportPairAtExit(int exitStatus, void* inHandAddress) {
     if (inHand->thread != std::this_thread::get_id()) return;
     PairWorker* worker = inHand->worker.exchange(nullptr);
     if (worker == nullptr) return;
-    PairResult result = resultSoFar(*worker, inHand->task, inHand->start, RunEnding::afterKey,
-                                    exitStatus);
+    PairResult result =
+        resultSoFar(*worker, inHand->task, inHand->start, RunEnding::afterKey, exitStatus);
     restoreStandardStreams(inHand->saved);
     inHand->deliver(std::move(result), inHand->context);
 }

@@ -24,7 +24,7 @@ struct PairInHand {
     std::thread::id thread;                    // the thread computing it
     PairTask task;                             // the pair
     std::chrono::steady_clock::time_point start;
-    StandardStreams saved;                     // the streams to restore before handing on
+    StandardStreams saved;  // the streams to restore before handing on
     ResultDelivery deliver = nullptr;
     void* context = nullptr;
 };

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "batch/result_rows.h"
 #include "batch/wall_clock.h"
 #include "output/adjusted_rotations.h"
 #include "output/report_content.h"
@@ -71,11 +72,13 @@ std::vector<ReportPair> pairsWithRows(const Run& run, const ReportContent& conte
     if (content.didRegister) {
         std::ifstream in = openText(content.regPath);
         unattachedRows +=
-            attachRows(pairs, scans, readResultRows(in), 2, &ReportPair::registrationRow);
+            attachRows(pairs, scans, readResultRows(in),
+                       secondIdFieldOf(ResultFileKind::registration), &ReportPair::registrationRow);
     }
     if (content.didEvaluate) {
         std::ifstream in = openText(content.rmsPath);
-        unattachedRows += attachRows(pairs, scans, readResultRows(in), 1, &ReportPair::rmsRow);
+        unattachedRows += attachRows(pairs, scans, readResultRows(in),
+                                     secondIdFieldOf(ResultFileKind::lineRms), &ReportPair::rmsRow);
     }
     return pairs;
 }

@@ -121,25 +121,6 @@ TEST(SpreadMessages, JobTaskAndResultComeBackFieldForField) {
     EXPECT_EQ(resultFields(*result), resultFields(sent));
 }
 
-TEST(SpreadMessages, DamagedMessagesAreRefused) {
-    const std::string result = encodePairResult({1, 0, false, 0.0, RunEnding::none, 0, "text"});
-    EXPECT_FALSE(decodePairResult(result.substr(0, result.size() - 1)));
-    EXPECT_FALSE(decodePairResult(result + "x"));
-    std::string badFlag = result;
-    badFlag[8] = 2;  // isDone is one byte after two 32-bit fields
-    EXPECT_FALSE(decodePairResult(badFlag));
-    JobSetup setup;
-    setup.scans.resize(3);
-    const std::string job = encodeJobSetup(setup);
-    EXPECT_FALSE(decodeJobSetup(job.substr(0, job.size() - 3)));
-    std::string badKind = job;
-    badKind[0] = 3;
-    EXPECT_FALSE(decodeJobSetup(badKind));
-    setup.threadCount = 0;  // a process without a thread could compute nothing
-    EXPECT_FALSE(decodeJobSetup(encodeJobSetup(setup)));
-    EXPECT_FALSE(decodePairTask(""));
-}
-
 PairResult resultOf(const PairTask& task, bool isDone) {
     PairResult result;
     result.pairNumber = task.pairNumber;
@@ -153,24 +134,6 @@ std::vector<PlannedPair> pairs(std::size_t count) {
     std::vector<PlannedPair> planned;
     for (std::size_t i = 0; i < count; ++i) planned.push_back({0, static_cast<std::int32_t>(i + 1), 1.0});
     return planned;
-}
-
-TEST(PairLedger, ResultsInAnyOrderAreWrittenInPlanOrder) {
-    PairLedger ledger = startLedger(pairs(3), 4, true);
-    const PairTask first = *nextTask(ledger);
-    const PairTask second = *nextTask(ledger);
-    const PairTask third = *nextTask(ledger);
-    EXPECT_FALSE(nextTask(ledger));
-    EXPECT_EQ(first.pairsDone, 4);  // the kept rows count as finished pairs
-    EXPECT_EQ(third.pairsDone, 6);
-    recordResult(ledger, resultOf(third, true));
-    recordResult(ledger, resultOf(second, true));
-    EXPECT_FALSE(takeWritable(ledger));
-    recordResult(ledger, resultOf(first, true));
-    EXPECT_EQ(takeWritable(ledger)->captured, "pair 0");
-    EXPECT_EQ(takeWritable(ledger)->captured, "pair 1");
-    EXPECT_EQ(takeWritable(ledger)->captured, "pair 2");
-    EXPECT_TRUE(isLedgerClosed(ledger));
 }
 
 TEST(PairLedger, APairComputedBeforeAnEarlierFailureWasKnownIsComputedAgain) {

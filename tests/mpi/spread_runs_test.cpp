@@ -86,11 +86,6 @@ void expectSameAsOneProcess(const SurveyJob& job, int mode, const std::string& o
     }
 }
 
-TEST(SpreadRuns, LineEvaluationGivesWhatOneProcessGives) {
-    const SurveyJob line = testing::makeSurveyJob("spread-line", testing::smallSpec("line", "north", 9, 6000));
-    expectSameAsOneProcess(line, 3, "FILEEXT 1\n", "jobrms.csv");
-}
-
 // The first pairs are handed out before anyone knows that the very first one cannot be
 // read, with progress figures that count it: those pairs are computed again. Every pair
 // that does not need the scan goes as in a clean run.

@@ -117,23 +117,5 @@ TEST(ReportPage, AfterComesFromTheRowOrFromTheReportsOwnMeasure) {
     EXPECT_EQ(htmlEscaped("a<b>&\"c'"), "a&lt;b&gt;&amp;&quot;c&#39;");
 }
 
-// The rotation section says which rotation the scans were turned by: with ROTADJUST the
-// adjusted one, else the plain mean.
-TEST(ReportPage, SaysWhetherTheAppliedRotationWasAdjusted) {
-    ReportContent content = lineContent();
-    content.runMode = 4;
-    content.didRegister = true;
-    content.scans[1].rotation.count = 2;
-    content.scans[1].rotation.meanDeg = 0.125;
-    const std::string mean = reportPage(content);
-    EXPECT_NE(mean.find("The mean of each scan's registered rotations, as the rotation stage applied it."),
-              std::string::npos);
-    content.isAdjusted = true;
-    const std::string adjusted = reportPage(content);
-    EXPECT_NE(adjusted.find("adjusted over all pairs, as the rotation stage applied it."), std::string::npos);
-    EXPECT_EQ(adjusted.find("The mean of each scan's registered rotations"), std::string::npos);
-    EXPECT_NE(adjusted.find("<td class=\"n\">0.125000</td>"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace sorvek

@@ -119,18 +119,6 @@ TEST(SynthWriters, WritePlyHeadersAndBodiesInEveryEncoding) {
     EXPECT_FALSE(writePlyPoints(dir / "x.ply", cloud, {.format = "binary"}));
 }
 
-// A text job writes its scans as text under the .bxyz names, in the survey frame, and its
-// option file says so. (LAS and PLY jobs are aligned against .bxyz ones in the batch tests.)
-TEST(SynthJob, WritesTextScansUnderTheirBxyzNamesInTheSurveyFrame) {
-    SurveySpec surveySpec{.scans = 2, .points = 300, .offsetX = 512000.0};
-    const ScratchDir binary = writeJob(surveySpec, "synth-bxyz");
-    surveySpec.format = "text";
-    const ScratchDir text = writeJob(surveySpec, "synth-text-job");
-    EXPECT_EQ(readFile(text.path / "survey_002_001_S002.bxyz").substr(0, 8), "#X,Y,Z\n5");  // survey X near 512000
-    EXPECT_EQ(readFile(text.path / "sorvek.txt"), readFile(binary.path / "sorvek.txt") +
-                                                      "# The point files lie in the survey frame already.\nSCANTRANSFORM 1\n");
-}
-
 TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
     struct Case { const char* arguments; const char* message; };  // no message: help, exit 0
     const Case cases[] = {
@@ -157,25 +145,6 @@ TEST(SynthProgram, AnswersHelpAndBadArgumentsWithTheirExitCodes) {
         EXPECT_EQ(readFile(dir / "synth.out").find("--no-occlusion") != std::string::npos, !c.message);
     }
     EXPECT_FALSE(fs::exists(dir / "synthetic-survey"));
-}
-
-TEST(SynthCommandLine, ReadsEveryOptionIntoTheSpec) {
-    const std::vector<std::string> words = {
-        "--out", "jobs/a", "--layout=site", "--direction", "west", "--scans", "12", "--points", "5000",
-        "--spacing", "20", "--error-deg", "0.75", "--noise", "0.002", "--seed", "18446744073709551615",
-        "--name", "site-7", "--text", "--tilt-deg", "0.5", "--offset", "512000.5,-3e3", "--range", "45",
-        "--no-occlusion", "--format", "las"};
-    CommandLine commandLine;
-    ASSERT_EQ(parseCommandLine(words, commandLine), "");
-    const SurveySpec& s = commandLine.surveySpec;
-    char read[400];
-    std::snprintf(read, sizeof read, "%s %d %s %s %d %lld %.17g %.17g %.17g %llu %s %d %.17g %.17g,%.17g %.17g %d %s",
-                  commandLine.outDir.c_str(), commandLine.isHelp, s.layout.c_str(), s.direction.c_str(),
-                  s.scans, static_cast<long long>(s.points), s.spacing, s.errorDeg, s.noise,
-                  static_cast<unsigned long long>(s.seed), s.name.c_str(), s.text, s.tiltDeg, s.offsetX,
-                  s.offsetY, s.rangeLimit, s.occlusion, s.format.c_str());
-    EXPECT_STREQ(read, "jobs/a 0 site west 12 5000 20 0.75 0.002 18446744073709551615 site-7 1 0.5 "
-                       "512000.5,-3000 45 0 las");
 }
 
 }  // namespace

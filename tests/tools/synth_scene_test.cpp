@@ -56,21 +56,6 @@ TEST(SynthRays, MeetAWallAtTheRangeOfItsNearFace) {
     EXPECT_EQ(enterSolid(wall, rayFrom(10, 0, 51.5, 1, 0, 0)), noHit);   // inside the wall
 }
 
-TEST(SynthRays, MeetAPoleOnItsSideOrItsTopAndABallOnItsNearSide) {
-    const Solid pole = makeCylinder(5.0, 0.0, 0.5, 45.0, 53.0);
-    EXPECT_NEAR(enterSolid(pole, rayFrom(0, 0, 51.5, 1, 0, 0)), 4.5, 1e-12);
-    EXPECT_NEAR(enterSolid(pole, rayFrom(0, 0, 60.0, 5, 0, -7)), std::sqrt(74.0), 1e-12);  // top centre
-    EXPECT_NEAR(enterSolid(pole, rayFrom(4, 0, 60.0, 1, 0, -7)), std::sqrt(50.0), 1e-12);  // over the side
-    EXPECT_EQ(enterSolid(pole, rayFrom(0, 0.6, 51.5, 1, 0, 0)), noHit);  // passes beside it
-    EXPECT_EQ(enterSolid(pole, rayFrom(0, 0, 54.0, 1, 0, 0)), noHit);    // passes over it
-
-    const Solid ball = makeSphere(0.0, 10.0, 51.5, 2.0);
-    EXPECT_NEAR(enterSolid(ball, rayFrom(0, 0, 51.5, 0, 1, 0)), 8.0, 1e-12);
-    EXPECT_NEAR(enterSolid(ball, rayFrom(0, 0, 53.5, 0, 1, 0)), 10.0, 1e-6);  // grazing the top
-    EXPECT_EQ(enterSolid(ball, rayFrom(0, 0, 51.5, 0, -1, 0)), noHit);
-    EXPECT_EQ(enterSolid(ball, rayFrom(0, 10, 51.5, 0, 1, 0)), noHit);  // from its centre
-}
-
 // On a plane the hit follows from the heights alone; on rough ground it must lie on the
 // ground the height function describes.
 TEST(SynthRays, ReachTheGroundWhereItsHeightSaysItIs) {
